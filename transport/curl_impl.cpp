@@ -146,8 +146,7 @@ void CURLImpl::BindHandleForDownload(const std::shared_ptr<_FS_HANDLE>& handle) 
 }
 
 void CURLImpl::bind(const std::shared_ptr<_FS_HANDLE>& handle, curl_xferinfo_callback report) noexcept {
-  progress_ = {};
-  if (handle != nullptr) progress_ = {handle->progress, handle->progress_context, GetCURL()};
+  progress_ = bind_progress(handle.get(), GetCURL());
   curl_easy_setopt(GetCURL(), CURLOPT_XFERINFOFUNCTION, report);
   curl_easy_setopt(GetCURL(), CURLOPT_XFERINFODATA, &progress_);
   curl_easy_setopt(GetCURL(), CURLOPT_NOPROGRESS, 0L);

@@ -14,6 +14,12 @@ struct progress_binding {
   CURL* handle = nullptr;          ///< asked for the average speed; not owned
 };
 
+/// The record for a transfer of `host` (null: no progress) on `curl`. Copies the function and its context.
+[[nodiscard]] inline progress_binding bind_progress(const _FS_HANDLE* host, CURL* curl) noexcept {
+  if (host == nullptr) return {nullptr, nullptr, curl};
+  return {host->progress, host->progress_context, curl};
+}
+
 /// Transfer-info function of an upload: calls the bound function with total, sent, context and the average
 /// upload speed. `binding` is a progress_binding or null. Always answers 0: progress never ends a transfer.
 int _CURL_PROGRESS(void* binding, curl_off_t download_total, curl_off_t downloaded, curl_off_t upload_total,

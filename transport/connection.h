@@ -1,0 +1,66 @@
+// One logged-in control channel to the server: a libcurl handle that was configured from the server's
+// settings. The pool makes connections and lends each to one operation at a time; a connection has no lock of
+// its own.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <string>
+
+#include "common/pinned.h"
+#include "plugin/abi/error_codes.h"
+#include "transport/curl_logger.h"
+#include "transport/perform.h"
+#include "transport/progress.h"
+#include "transport/settings.h"
+
+namespace ftp_plugin {
+
+class connection : pinned {
+ public:
+  /// Copies the settings. No handle yet and no traffic.
+  explicit connection(settings_map settings);
+  /// Says goodbye (see quit) and frees the handle.
+  ~connection();
+
+  /// Logs in with a body-less request on the base URL. SUCCESS keeps the handle; ACCESS_DENIED: login
+  /// refused; PATH_NOT_FOUND: server not reached; FAILED: anything else. A failure leaves the connection as
+  /// it was.
+  AERROR connect();
+
+  /// The libcurl handle, or null while there has been no successful login.
+  [[nodiscard]] CURL* GETCURL() const noexcept;
+  /// The request object around the handle; null while there has been no successful login.
+  [[nodiscard]] CURLLogger* request() const noexcept { return curl_.get(); }
+
+  /// Base URL of the server, scheme included. A missing setting is stored as empty text.
+  [[nodiscard]] std::string get_url();
+
+  /// Runs the request that the caller configured on the handle; undoes nothing. `connect_timeout` in seconds.
+  /// The second argument is ignored. CURLE_FAILED_INIT without a handle.
+  CURLcode exec(long connect_timeout, bool ignored);
+
+  /// Sends "QUIT" to an FTP server over the control connection that is open, and waits at most 10 s for the
+  /// answer. Sends nothing when libcurl holds none any more, and nothing on SFTP.
+  void quit();
+
+  /// quit, then the request object's Clear. The next request would log in again.
+  void close();
+
+  /// Makes the next request begin on a fresh control connection.
+  void forget_control() noexcept;
+
+  /// Progress record of the upload that last ran here; stays set on the handle after the upload.
+  [[nodiscard]] progress_binding& upload_progress() noexcept { return upload_progress_; }
+
+ private:
+  [[nodiscard]] bool is_sftp() const { return setting_is(settings_, key::type, "sftp"); }
+
+  settings_map settings_;
+  progress_binding upload_progress_{};
+  std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver
+  std::shared_ptr<CURLLogger> curl_;
+};
+
+}  // namespace ftp_plugin

@@ -1,0 +1,23 @@
+// Settings of a server turned into options of a fresh libcurl handle: TLS, user, key file, proxy, mode.
+#pragma once
+
+#include <curl/curl.h>
+
+#include "transport/settings.h"
+
+namespace ftp_plugin {
+
+/// Sets everything that the login needs, except the highest TLS version. May insert "proxy_pwd" (see
+/// setting()).
+void set_login_options(CURL* curl, settings_map& settings);
+
+/// Sets the proxy that the settings name; nothing when "proxy_type" is missing or "None".
+void set_proxy_options(CURL* curl, const settings_map& settings);
+
+/// Sets the user and the password, key file or pass phrase. May insert "proxy_pwd".
+void set_credentials(CURL* curl, settings_map& settings);
+
+/// Whether TLS will be spoken or asked for: "ssl" is "true", or the URL begins with "ftps://".
+[[nodiscard]] bool wants_tls(const settings_map& settings);
+
+}  // namespace ftp_plugin

@@ -1,0 +1,111 @@
+#include "transport/perform.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <new>
+
+#include "transport/sigpipe_guard.h"
+
+namespace ftp_plugin {
+namespace {
+
+constexpr int kLongWaitMs = 1000;  // libcurl shortens it to its own timers
+constexpr int kFirstPauseMs = 1;
+constexpr int kLongestPauseMs = 8;
+
+/// Whether reading from `socket` would not wait: data, end of stream or an error.
+bool is_readable(curl_socket_t socket) noexcept {
+  pollfd watched{socket, POLLIN, 0};
+  return poll(&watched, 1, 0) != 0;
+}
+
+}  // namespace
+
+request_driver::request_driver() : multi_{curl_multi_init()} {
+  if (multi_ == nullptr) throw std::bad_alloc{};
+}
+
+request_driver::~request_driver() {
+  const sigpipe_guard guard;
+  curl_multi_cleanup(multi_);
+}
+
+void request_driver::prepare(CURL* curl) {
+  curl_easy_setopt(curl, CURLOPT_OPENSOCKETFUNCTION, &request_driver::open_socket);
+  curl_easy_setopt(curl, CURLOPT_OPENSOCKETDATA, this);
+  curl_easy_setopt(curl, CURLOPT_CLOSESOCKETFUNCTION, &request_driver::close_socket);
+  curl_easy_setopt(curl, CURLOPT_CLOSESOCKETDATA, this);
+}
+
+curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
+  auto& driver = *static_cast<request_driver*>(self);
+  if (driver.refuse_) return CURL_SOCKET_BAD;
+  try {
+    driver.sockets_.reserve(driver.sockets_.size() + 1);
+  } catch (const std::bad_alloc&) {
+    return CURL_SOCKET_BAD;
+  }
+  const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  if (opened < 0) return CURL_SOCKET_BAD;
+  driver.sockets_.push_back(opened);
+  return opened;
+}
+
+int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {
+  auto& sockets = static_cast<request_driver*>(self)->sockets_;
+  sockets.erase(std::remove(sockets.begin(), sockets.end(), socket), sockets.end());
+  return close(socket);
+}
+
+CURLcode request_driver::perform(CURL* curl) {
+  const sigpipe_guard guard;
+  curl_multi_remove_handle(multi_, curl);  // still there from the last request
+  if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
+  int pause_ms = kFirstPauseMs;
+  for (;;) {
+    int running = 0;
+    const CURLMcode code = curl_multi_perform(multi_, &running);
+    if (code != CURLM_OK) {
+      curl_multi_remove_handle(multi_, curl);
+      return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_BAD_FUNCTION_ARGUMENT;
+    }
+    if (running == 0) break;
+    wait(pause_ms);
+  }
+  CURLcode result = CURLE_OUT_OF_MEMORY;  // libcurl could not even store its message
+  int left = 0;
+  while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+    if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
+  }
+  return result;
+}
+
+void request_driver::wait(int& pause_ms) {
+  if (!sockets_.empty() && is_readable(sockets_.front())) {
+    // libcurl left a reply unread: it is busy with the data connection, or looks at the wrong socket.
+    // Watching the control socket would spin, so ask libcurl again after a pause that grows.
+    curl_multi_poll(multi_, nullptr, 0, pause_ms, nullptr);
+    pause_ms = std::min(2 * pause_ms, kLongestPauseMs);
+    return;
+  }
+  pause_ms = kFirstPauseMs;
+  curl_waitfd control{};
+  control.events = CURL_WAIT_POLLIN;
+  if (!sockets_.empty()) control.fd = sockets_.front();
+  curl_multi_poll(multi_, &control, sockets_.empty() ? 0U : 1U, kLongWaitMs, nullptr);
+}
+
+bool request_driver::control_is_open(CURL* curl) const {
+  curl_socket_t control = CURL_SOCKET_BAD;
+  if (curl_easy_getinfo(curl, CURLINFO_ACTIVESOCKET, &control) != CURLE_OK) return false;
+  return control != CURL_SOCKET_BAD && !is_readable(control);
+}
+
+void request_driver::shut_down_sockets() noexcept {
+  for (const curl_socket_t socket : sockets_) shutdown(socket, SHUT_RDWR);
+}
+
+}  // namespace ftp_plugin

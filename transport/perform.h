@@ -1,0 +1,52 @@
+// Runs the requests of one connection. libcurl 7.88.1 stalls in curl_easy_perform: on TLS it waits for the
+// data socket while the reply is due on the control socket, and an EPSV reply that is already there can cost
+// plain FTP a second. A private multi handle that also watches the control socket gives the same results at
+// once.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <vector>
+
+#include "common/pinned.h"
+
+namespace ftp_plugin {
+
+/// Owns the multi handle, and with it the open connections that libcurl keeps between requests. Outlive every
+/// handle that was prepared here. One thread at a time.
+class request_driver : pinned {
+ public:
+  /// Throws std::bad_alloc when libcurl gives no multi handle.
+  request_driver();
+  ~request_driver();
+
+  /// Makes the sockets of `curl` known here. Once per handle, before its first request.
+  void prepare(CURL* curl);
+
+  /// Runs the request configured on `curl`. Returns what curl_easy_perform would. The handle stays with the
+  /// multi handle afterwards, so that libcurl can still tell its open connection.
+  CURLcode perform(CURL* curl);
+
+  /// Whether libcurl still holds the control connection of the last request, and the server has neither
+  /// closed it nor sent anything unasked: then a further command can be sent without a new login.
+  [[nodiscard]] bool control_is_open(CURL* curl) const;
+
+  /// While set, no socket is opened: a request that needs a new login fails instead.
+  void refuse_new_sockets(bool refuse) noexcept { refuse_ = refuse; }
+
+  /// Shuts every open socket down. libcurl then finds the connection dead: the next request begins on a fresh
+  /// control connection, and destruction says no further goodbye.
+  void shut_down_sockets() noexcept;
+
+ private:
+  static curl_socket_t open_socket(void* self, curlsocktype purpose, struct curl_sockaddr* address) noexcept;
+  static int close_socket(void* self, curl_socket_t socket) noexcept;
+  /// Waits until libcurl has something to do, or the control socket has something to say.
+  void wait(int& pause_ms);
+
+  CURLM* multi_;
+  std::vector<curl_socket_t> sockets_;  // open ones, oldest first: the first is the control connection
+  bool refuse_ = false;
+};
+
+}  // namespace ftp_plugin
