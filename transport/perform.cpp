@@ -12,8 +12,7 @@
 namespace ftp_plugin {
 namespace {
 
-constexpr int kLongWaitMs = 1000;  // libcurl shortens it to its own timers
-constexpr int kFirstPauseMs = 1;
+constexpr int kLongestWaitMs = 1000;  // libcurl shortens it to its own timers
 constexpr int kLongestPauseMs = 8;
 
 /// Whether reading from `socket` would not wait: data, end of stream or an error.
@@ -64,7 +63,7 @@ CURLcode request_driver::perform(CURL* curl) {
   const sigpipe_guard guard;
   curl_multi_remove_handle(multi_, curl);  // still there from the last request
   if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
-  int pause_ms = kFirstPauseMs;
+  int wait_ms = 0;
   for (;;) {
     int running = 0;
     const CURLMcode code = curl_multi_perform(multi_, &running);
@@ -73,7 +72,7 @@ CURLcode request_driver::perform(CURL* curl) {
       return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_BAD_FUNCTION_ARGUMENT;
     }
     if (running == 0) break;
-    wait(pause_ms);
+    wait(wait_ms);
   }
   CURLcode result = CURLE_OUT_OF_MEMORY;  // libcurl could not even store its message
   int left = 0;
@@ -83,19 +82,23 @@ CURLcode request_driver::perform(CURL* curl) {
   return result;
 }
 
-void request_driver::wait(int& pause_ms) {
-  if (!sockets_.empty() && is_readable(sockets_.front())) {
-    // libcurl left a reply unread: it is busy with the data connection, or looks at the wrong socket.
-    // Watching the control socket would spin, so ask libcurl again after a pause that grows.
-    curl_multi_poll(multi_, nullptr, 0, pause_ms, nullptr);
-    pause_ms = std::min(2 * pause_ms, kLongestPauseMs);
-    return;
-  }
-  pause_ms = kFirstPauseMs;
+void request_driver::wait(int& wait_ms) {
+  // libcurl can read a reply and then need another call without any socket telling so (an EPSV reply that is
+  // already there). So the first wait behind an event is none at all, and only quiet makes it longer.
+  const bool unread = !sockets_.empty() && is_readable(sockets_.front());
+  // A reply that libcurl leaves unread, because it is busy with the data connection or looks at the wrong
+  // socket, would make the wait spin: then the control socket is not watched, and the wait stays short.
+  const bool watch_control = !sockets_.empty() && !unread;
   curl_waitfd control{};
   control.events = CURL_WAIT_POLLIN;
-  if (!sockets_.empty()) control.fd = sockets_.front();
-  curl_multi_poll(multi_, &control, sockets_.empty() ? 0U : 1U, kLongWaitMs, nullptr);
+  if (watch_control) control.fd = sockets_.front();
+  int events = 0;
+  curl_multi_poll(multi_, &control, watch_control ? 1U : 0U, wait_ms, &events);
+  if (events != 0) {
+    wait_ms = 0;
+  } else {
+    wait_ms = std::clamp(2 * wait_ms, 1, unread ? kLongestPauseMs : kLongestWaitMs);
+  }
 }
 
 bool request_driver::control_is_open(CURL* curl) const {

@@ -41,8 +41,9 @@ class request_driver : pinned {
  private:
   static curl_socket_t open_socket(void* self, curlsocktype purpose, struct curl_sockaddr* address) noexcept;
   static int close_socket(void* self, curl_socket_t socket) noexcept;
-  /// Waits until libcurl has something to do, or the control socket has something to say.
-  void wait(int& pause_ms);
+  /// Waits until libcurl has something to do, or the control socket has something to say, at most `wait_ms`;
+  /// which becomes how long the next wait may take.
+  void wait(int& wait_ms);
 
   CURLM* multi_;
   std::vector<curl_socket_t> sockets_;  // open ones, oldest first: the first is the control connection
