@@ -1,0 +1,63 @@
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "common/string_format.h"
+#include "plugin/log.h"
+#include "protocol/protocol.h"
+#include "transport/byte_sink.h"
+#include "transport/lease.h"
+#include "transport/transfer.h"
+
+namespace ftp_plugin {
+namespace {
+
+/// The collected bytes as zero-terminated text from malloc; null for none.
+char* copy_to_text(byte_vector& bytes) {
+  if (bytes.empty()) return nullptr;
+  bytes.push_back('\0');
+  char* text = static_cast<char*>(std::malloc(bytes.size()));
+  if (text == nullptr) throw std::bad_alloc{};
+  std::memcpy(text, bytes.data(), bytes.size());
+  return text;
+}
+
+/// Whether `path` may stand in a raw command; CR or LF would end the command and begin another.
+bool is_one_line(std::string_view path) { return path.find_first_of("\r\n") == std::string_view::npos; }
+
+}  // namespace
+
+int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
+  constexpr int kOk = 0;
+  constexpr int kFailed = 1;
+  const auto fail = [path](CURLcode code) {
+    log_exec_error("read_dir", path, code);
+    return kFailed;
+  };
+  // Some servers read "[" as the beginning of a pattern, and only in MLSD.
+  *is_mlsd = connections->mlst() && std::string_view{text_or_empty(path)}.find('[') == std::string_view::npos;
+  const std::string command = string_format("MLSD %s", full_path("", path).c_str());
+  if (*is_mlsd && !is_one_line(command)) return fail(CURLE_URL_MALFORMAT);
+
+  lease borrowed{connections};
+  connection& con = *borrowed;
+  if (con.GETCURL() == nullptr) return kFailed;
+  byte_vector bytes;
+  transfer request{con};
+  if (*is_mlsd) {
+    request.set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr);
+  } else {
+    std::string url = request_url(con, path);
+    if (!url.ends_with('/')) url += '/';  // libcurl then lists the directory
+    request.keep(CURLOPT_URL, url.c_str());
+  }
+  const CURLcode code = request.write_to(&write_vector_char, &bytes).run();
+  if (code != CURLE_OK) return fail(code);
+  *data = copy_to_text(bytes);
+  borrowed.give_back();
+  return kOk;
+}
+
+}  // namespace ftp_plugin

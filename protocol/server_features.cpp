@@ -1,0 +1,60 @@
+#include <string_view>
+
+#include "plugin/log.h"
+#include "protocol/protocol.h"
+#include "transport/byte_sink.h"
+#include "transport/command_list.h"
+#include "transport/lease.h"
+#include "transport/transfer.h"
+
+namespace ftp_plugin {
+namespace {
+
+enum feature : int {
+  kSftp = 0x1,
+  kAlways = 0x20,
+  kCannotSetTimes = 0x100,  // unless an FTP server with local time stamps can set times
+  kServerTimes = 0x800,
+};
+
+}  // namespace
+
+int Protocol::SetFileTimeSupportMode() {
+  if (is_sftp()) return 0;
+  __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s", "SetFileTimeSupportMode");
+  lease borrowed{connections};
+  connection& con = *borrowed;
+  if (con.GETCURL() == nullptr) return 0;
+  command_list commands;
+  add(commands, "FEAT");
+  byte_vector reply;
+  const CURLcode code = transfer{con}
+                            .set(CURLOPT_QUOTE, commands.get(), nullptr)
+                            .set(CURLOPT_NOBODY, 1L, 0L)
+                            .set(CURLOPT_HEADER, 1L, 0L)
+                            .set(CURLOPT_HEADERFUNCTION, &write_vector_char, nullptr)
+                            .set(CURLOPT_HEADERDATA, &reply, nullptr)
+                            .run();
+  if (code != CURLE_OK) {
+    __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s SetFileTimeSupportMode exec error: [%d]",
+             "SetFileTimeSupportMode", code);
+  }
+  borrowed.give_back();
+  const std::string_view text{reply.data(), reply.size()};
+  return code == CURLE_OK && text.find("MFMT") != std::string_view::npos ? 1 : 0;
+}
+
+int Protocol::GetFeature() {
+  // Kept on purpose: where the host never said whose times count, FTP counts the server's and SFTP the local
+  // ones. Pinned by Features.AnUnsetTimeChoiceMeansServerTimeOnFtpAndLocalTimeOnSftp.
+  if (is_sftp()) {
+    const bool server_times = setting_is(options, key::use_local_timestamp, "false");
+    return kSftp | kAlways | kCannotSetTimes | (server_times ? kServerTimes : 0);
+  }
+  if (!setting_is(options, key::use_local_timestamp, "true")) {
+    return kAlways | kCannotSetTimes | kServerTimes;
+  }
+  return file_time_mode == 1 ? kAlways : kAlways | kCannotSetTimes;
+}
+
+}  // namespace ftp_plugin
