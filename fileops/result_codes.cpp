@@ -1,0 +1,38 @@
+#include "fileops/result_codes.h"
+
+namespace ftp_plugin {
+
+AERROR read_result(CURLcode code) noexcept {
+  switch (code) {
+    case CURLE_OK:
+      return SUCCESS;
+    case CURLE_WRITE_ERROR:  // how the write callback ends a transfer that the host stopped
+      return READ_CANCELED;
+    default:
+      return FILE_READ_FAILED;
+  }
+}
+
+AERROR create_result(CURLcode code) noexcept {
+  switch (code) {
+    case CURLE_OK:
+      return SUCCESS;
+    case CURLE_REMOTE_ACCESS_DENIED:
+      return ACCESS_DENIED;
+    default:
+      return FOLDER_CREATION_FAILED;
+  }
+}
+
+AERROR write_result(CURLcode code) noexcept {
+  switch (code) {
+    case CURLE_OK:
+      return SUCCESS;
+    case CURLE_REMOTE_ACCESS_DENIED:
+      return ACCESS_DENIED;
+    default:
+      return FILE_WRITE_FAILED;
+  }
+}
+
+}  // namespace ftp_plugin

@@ -1,0 +1,58 @@
+#include <string>
+#include <utility>
+
+#include "fileops/result_codes.h"
+#include "fileops/upload_context.h"
+#include "plugin/log.h"
+#include "plugin/no_throw.h"
+#include "protocol/protocol.h"
+#include "transport/command_list.h"
+#include "transport/lease.h"
+#include "transport/progress.h"
+#include "transport/transfer.h"
+
+namespace ftp_plugin {
+
+AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* cache,
+                        _FS_FILE_V2* file, UPLOAD_FLAG, char** message) {
+  return no_throw(FILE_WRITE_FAILED, [&] {
+    __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s id [%s], name [%s]", "Upload",
+             text_or_empty(path), file->name.c_str());
+    if (message != nullptr) *message = nullptr;
+    const std::string encoded = _encode(file->name, !connections->utf8());
+    const std::string id = text_or_empty(path) + ("/" + encoded);
+    lease borrowed{connections};
+    connection& con = *borrowed;
+    const std::string url = request_url(con, id.c_str());
+    if (con.GETCURL() == nullptr) return FAILED;
+    con.request()->SetSpeedLimit(speed_limit);
+
+    command_list commands;
+    if (!is_sftp()) add(commands, "TYPE I");
+    _RAREADCTX context{0, std::move(handle), cache, static_cast<std::uint64_t>(file->size)};
+    // The progress pair stays set on the handle, so its record belongs to the connection.
+    con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
+    const CURLcode code =
+        transfer{con}
+            .set(CURLOPT_QUOTE, commands.get(), nullptr)
+            .set(CURLOPT_URL, url.c_str(), nullptr)
+            .set(CURLOPT_UPLOAD, 1L, 0L)
+            .set(CURLOPT_READDATA, &context, nullptr)
+            .set(CURLOPT_READFUNCTION, &read_callback_cache_func, nullptr)
+            .set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(file->size), curl_off_t{0})
+            .keep(CURLOPT_XFERINFOFUNCTION, &_CURL_PROGRESS)
+            .keep(CURLOPT_XFERINFODATA, &con.upload_progress())
+            .set(CURLOPT_NOPROGRESS, 0L, 1L)
+            .run();
+    con.upload_progress() = {};  // the host's context may end with this call
+    if (code != CURLE_OK) {
+      log_exec_error("Upload", encoded.c_str(), code);
+      return write_result(code);
+    }
+    borrowed.give_back();
+    file->attr = FS_ATTR_FILE;
+    return GetFileInfo(id.c_str(), file, nullptr);
+  });
+}
+
+}  // namespace ftp_plugin

@@ -1,0 +1,26 @@
+// Feeds an upload from the host's cache.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "plugin/abi/host_interfaces.h"
+#include "plugin/abi/transfer_handle.h"
+
+namespace ftp_plugin {
+
+/// State of one upload; the cache is the host's.
+struct _RAREADCTX {
+  std::uint64_t offset = 0;            ///< file offset of the next byte
+  std::shared_ptr<_FS_HANDLE> handle;  ///< stop flag, and where the offset is reported; may be null
+  ICacheIO* cache = nullptr;
+  std::uint64_t size = 0;  ///< size of the whole file
+};
+
+/// libcurl read callback; `userdata` is the _RAREADCTX. Returns the bytes that the cache put into `buffer` (0
+/// ends the file), or CURL_READFUNC_ABORT once the host has stopped the transfer.
+std::size_t read_callback_cache_func(char* buffer, std::size_t size, std::size_t nmemb,
+                                     void* userdata) noexcept;
+
+}  // namespace ftp_plugin
