@@ -46,7 +46,7 @@ class borrowed_options : pinned {
 std::shared_ptr<char[]> take(evbuffer* buffer, std::size_t length) {
   std::shared_ptr<char[]> text{new char[length + 1]};
   if (length != 0) (void)evbuffer_remove(buffer, text.get(), length);
-  text[length] = '\0';
+  text.get()[length] = '\0';
   return text;
 }
 
