@@ -1,0 +1,52 @@
+#include "protocol/server_url.h"
+
+#include <cstddef>
+#include <string_view>
+
+namespace ftp_plugin {
+namespace {
+
+constexpr std::string_view kFtp = "ftp://";
+constexpr std::string_view kFtps = "ftps://";
+constexpr std::string_view kSftp = "sftp://";
+
+void drop_last_slash(std::string& text) noexcept {
+  if (!text.empty() && text.back() == '/') {
+    text.pop_back();
+  }
+}
+
+/// Where the first "/" is that does not belong to "://"; npos when there is none.
+std::size_t path_start(const std::string& url) noexcept {
+  constexpr std::string_view kMark = "://";
+  const std::size_t mark = url.find(kMark);
+  return url.find('/', mark == std::string::npos ? 0 : mark + kMark.size());
+}
+
+}  // namespace
+
+server_url split_server_url(const std::string& url) {
+  server_url result;
+  result.url = url;
+  if (url.starts_with(kFtp)) {
+    result.ssl = "false";
+    result.type = "ftp";
+  } else if (url.starts_with(kFtps)) {
+    result.ssl = "true";
+    result.type = "ftp";
+    result.url.replace(0, kFtps.size(), kFtp);  // from here on only `ssl` tells that TLS is wanted
+  } else if (url.starts_with(kSftp)) {
+    result.ssl = "false";
+    result.type = "sftp";
+  }
+
+  std::string rest = result.url;
+  drop_last_slash(rest);
+  if (const std::size_t start = path_start(rest); start != std::string::npos) {
+    result.root_path = rest.substr(start);
+  }
+  drop_last_slash(result.root_path);
+  return result;
+}
+
+}  // namespace ftp_plugin
