@@ -56,7 +56,14 @@ Function* next(const char* name) {
 extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
   static auto* const real = next<CURLcode(CURL*, CURLoption, ...)>("curl_easy_setopt");
   va_list arguments;
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wvarargs"  // libcurl chose an enumeration as the last named parameter
+#endif
   va_start(arguments, option);
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
   void* value = va_arg(arguments, void*);
   va_end(arguments);
   if (record != nullptr) record->push_back(describe(option, value));
