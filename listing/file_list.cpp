@@ -31,8 +31,6 @@ AERROR Protocol::_GetFileList(const char* path, IFileList* list, char** message,
   if (read_dir(path, &is_mlsd, &data, nullptr) != 0) return FAILED;
   const std::unique_ptr<char, text_free> listing{data};
   if (listing == nullptr || (list == nullptr && find_name == nullptr)) return SUCCESS;
-  __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s id: [%s] , dir data : [%s]", "_GetFileList",
-           text_or_empty(path), listing.get());
   deliver_listing(listing.get(), {.path = path,
                                   .is_mlsd = is_mlsd,
                                   .is_sftp = is_sftp(),
