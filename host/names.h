@@ -1,0 +1,28 @@
+// Names that come from a server are hostile input: which of them may be used, and how they are shown.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace ftp_host {
+
+/// A name that can be one component of a path: not empty, not "." or "..", without "/" and without a zero
+/// byte.
+[[nodiscard]] bool is_usable_name(std::string_view name);
+
+/// `text` with everything that could steer a terminal written out: control bytes, bytes that are not UTF-8 as
+/// \xHH, C1 controls and the characters that turn the writing direction as \uHHHH, and "\" as "\\".
+[[nodiscard]] std::string escape_for_terminal(std::string_view text);
+
+/// Valid UTF-8: every byte that is none becomes U+FFFD.
+[[nodiscard]] std::string make_valid_utf8(std::string_view text);
+
+/// The name under which `name` is stored until it is complete. The same `name` and `identity` (a text that
+/// changes with the content) give the same answer, so that a partial file is found again and never continued
+/// with other content. At most 60 bytes long.
+[[nodiscard]] std::string temporary_name(std::string_view name, std::string_view identity);
+/// Whether temporary_name gave `name`, for any file; or for the file `of`, with whatever identity.
+[[nodiscard]] bool is_temporary_name(std::string_view name);
+[[nodiscard]] bool is_temporary_name_of(std::string_view name, std::string_view of);
+
+}  // namespace ftp_host
