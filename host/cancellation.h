@@ -1,0 +1,50 @@
+// Ctrl-C. The first one asks every transfer to stop, through the state of its handle; the second ends the
+// process.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "plugin/abi/transfer_handle.h"
+
+namespace ftp_host {
+
+/// Create it before the first thread: SIGINT, SIGTERM and SIGHUP are blocked from then on in every thread and
+/// are read as data by one of its own, so nothing ever runs inside a signal handler.
+class Cancellation {
+ public:
+  Cancellation();
+  ~Cancellation();
+  Cancellation(const Cancellation&) = delete;
+  Cancellation& operator=(const Cancellation&) = delete;
+
+  [[nodiscard]] bool requested() const noexcept { return requested_.load(); }
+  /// Stops everything, as Ctrl-C does.
+  void request();
+  /// Throws a Failure (cancelled) once a stop was asked for.
+  void check() const;
+  /// Readable from the moment a stop was asked for.
+  [[nodiscard]] int event() const noexcept { return event_; }
+  /// A handle for one transfer that a stop reaches; it begins stopped when the stop came before.
+  [[nodiscard]] std::shared_ptr<_FS_HANDLE> new_handle();
+
+ private:
+  void watch();
+
+  std::atomic<bool> requested_{false};
+  std::mutex mutex_;
+  std::vector<std::weak_ptr<_FS_HANDLE>> handles_;
+  int signals_ = -1;
+  int event_ = -1;
+  int stop_ = -1;
+  std::thread watcher_;
+};
+
+/// Stops the transfer of `handle`: the plug-in reads the state with an atomic load.
+void stop_transfer(_FS_HANDLE& handle) noexcept;
+
+}  // namespace ftp_host

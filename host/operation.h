@@ -1,0 +1,53 @@
+// Runs calls into the plug-in under a time limit and under Ctrl-C.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "host/cancellation.h"
+#include "host/console.h"
+#include "host/plugin_log.h"
+#include "plugin/abi/error_codes.h"
+
+namespace ftp_host {
+
+/// Counts signs of life of one operation: bytes that moved, entries that came.
+class LifeSign {
+ public:
+  void beat() noexcept { beats_.fetch_add(1, std::memory_order_relaxed); }
+  [[nodiscard]] std::uint64_t beats() const noexcept { return beats_.load(std::memory_order_relaxed); }
+
+ private:
+  std::atomic<std::uint64_t> beats_{0};
+};
+
+struct Outcome {
+  AERROR code = FAILED;
+  OperationLog log;
+};
+
+class Operations {
+ public:
+  /// `limit`: how long an operation may go without a sign of life; zero for ever.
+  Operations(Cancellation& cancellation, Console& console, std::chrono::seconds limit)
+      : cancellation_{cancellation}, console_{console}, limit_{limit} {}
+
+  /// Runs `call` on a thread of its own and waits for it. A call that outlives the limit, or does not end
+  /// soon after Ctrl-C, cannot be stopped: its thread may hang inside the plug-in for ever. The process then
+  /// ends here, with the exit code for it, and `call` may rely on everything that it uses to stay. Throws a
+  /// Failure (cancelled) when Ctrl-C came, whatever `call` answered.
+  Outcome run(const std::string& what, LifeSign& life, const std::function<AERROR()>& call);
+
+  [[nodiscard]] Cancellation& cancellation() const noexcept { return cancellation_; }
+  [[nodiscard]] Console& console() const noexcept { return console_; }
+
+ private:
+  Cancellation& cancellation_;
+  Console& console_;
+  std::chrono::seconds limit_;
+};
+
+}  // namespace ftp_host
