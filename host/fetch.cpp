@@ -1,0 +1,78 @@
+#include "host/fetch.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "host/look_up.h"
+
+namespace ftp_host {
+namespace {
+
+/// Runs without a single byte that are taken before a transfer counts as failed.
+constexpr int kFruitlessRuns = 2;
+constexpr std::int64_t kProbe = std::int64_t{8} << 20;
+/// The plug-in delivers whole blocks of this size; of a range that reaches beyond the end, the rest stays
+/// away.
+constexpr std::int64_t kBlock = 65536;
+
+std::string url_text(const Session& session, const RemoteEntry& entry) {
+  return session.url().root() + entry.id;
+}
+
+/// A file whose size nobody knows: long ranges until one comes short, then ever shorter ones for the rest,
+/// which is delivered only by a range that does not reach beyond the end.
+std::int64_t fetch_unknown(Session& session, const RemoteEntry& entry, std::int64_t offset,
+                           const BlockWriter& writer) {
+  const std::int64_t begin = offset;
+  std::int64_t length = kProbe;
+  while (length > 0) {
+    std::int64_t received = 0;
+    const Outcome outcome = session.read(entry.id, offset, length, writer, received);
+    if (outcome.code != SUCCESS) throw session.failure(url_text(session, entry), outcome);
+    offset += received;
+    if (received < length) length = length == kProbe ? kBlock / 2 : length / 2;
+  }
+  return offset - begin;
+}
+
+}  // namespace
+
+std::int64_t fetch(Session& session, const RemoteEntry& entry, std::int64_t offset, std::int64_t length,
+                   const BlockWriter& writer) {
+  if (entry.size < 0 && length < 0) return fetch_unknown(session, entry, offset, writer);
+  const std::int64_t end = length < 0       ? entry.size
+                           : entry.size < 0 ? offset + length
+                                            : std::min(entry.size, offset + length);
+  const std::int64_t begin = offset;
+  bool refused = false;
+  const BlockWriter watched = [&](std::int64_t at, const char* data, std::size_t count) {
+    refused = !writer(at, data, count);
+    return !refused;
+  };
+  for (int fruitless = 0; offset < end;) {
+    std::int64_t received = 0;
+    // One range up to the end: a range that stops before the end of the file costs FTP its control
+    // connection.
+    const Outcome outcome = session.read(entry.id, offset, end - offset, watched, received);
+    offset += received;
+    if (refused) return offset - begin;
+    if (offset >= end) break;
+    if (received == 0 && ++fruitless >= kFruitlessRuns) {
+      if (outcome.code != SUCCESS) throw session.failure(url_text(session, entry), outcome);
+      throw Failure{ExitCode::other,
+                    fmt::format("{}: ended after {} of {} bytes: {}", url_text(session, entry), offset, end,
+                                code_text(session.module(), FILE_READ_FAILED))};
+    }
+    if (entry.size < 0) continue;
+    RemoteEntry now = exact_file(session, entry);
+    if (now.size != entry.size || now.time != entry.time) {
+      throw Failure{ExitCode::other,
+                    fmt::format("{}: changed on the server while it was read: {}", url_text(session, entry),
+                                code_text(session.module(), FILE_READ_FAILED))};
+    }
+  }
+  return offset - begin;
+}
+
+}  // namespace ftp_host
