@@ -1,0 +1,91 @@
+#include "fileops/upload_context.h"
+
+#include <curl/curl.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace ftp_plugin {
+namespace {
+
+class Cache final : public ICacheIO {
+ public:
+  int ReadBlock(CACHE_READ_REQUEST* request) override {
+    EXPECT_EQ(request->done, 0U);
+    EXPECT_EQ(request->file_size, bytes.size());
+    EXPECT_EQ(request->reserved[0], 0U);
+    EXPECT_EQ(request->reserved[1], 0U);
+    handle = request->handle;
+    ++calls;
+    const auto offset = static_cast<std::size_t>(request->offset);
+    const std::size_t n = std::min({bytes.size() - offset, static_cast<std::size_t>(request->length), most});
+    std::memcpy(request->buffer, bytes.data() + offset, n);
+    request->done = n;
+    if (on_read) on_read();
+    return -1;  // ignored
+  }
+  std::string bytes;
+  std::size_t most = SIZE_MAX;
+  int calls = 0;
+  std::shared_ptr<_FS_HANDLE> handle;
+  std::function<void()> on_read;
+};
+
+class UploadContext : public testing::Test {
+ protected:
+  std::size_t ask(std::size_t size, std::size_t count) {
+    context.size = cache.bytes.size();
+    return read_callback_cache_func(buffer, size, count, &context);
+  }
+  Cache cache;
+  std::shared_ptr<_FS_HANDLE> handle = std::make_shared<_FS_HANDLE>();
+  _RAREADCTX context{0, handle, &cache, 0};
+  char buffer[64] = {};
+};
+
+TEST_F(UploadContext, ReadsOnWhereItEndedAndReportsThePosition) {
+  cache.bytes = "0123456789";
+  EXPECT_EQ(ask(2, 3), 6U);
+  EXPECT_EQ(std::string(buffer, 6), "012345");
+  EXPECT_EQ(handle->position, 6);
+  EXPECT_EQ(ask(1, 64), 4U);
+  EXPECT_EQ(std::string(buffer, 4), "6789");
+  EXPECT_EQ(handle->position, 10);
+  EXPECT_EQ(ask(1, 64), 0U);
+  EXPECT_EQ(cache.handle, handle);
+}
+
+TEST_F(UploadContext, ShortBlocksAreNoEnd) {
+  cache.bytes = "abc";
+  cache.most = 1;
+  EXPECT_EQ(ask(1, 64), 1U);
+  EXPECT_EQ(ask(1, 64), 1U);
+  EXPECT_EQ(buffer[0], 'b');
+}
+
+TEST_F(UploadContext, AStoppedTransferIsAbortedWithoutReading) {
+  cache.bytes = "abc";
+  handle->state = FS_HANDLE_STOP;
+  EXPECT_EQ(ask(1, 64), CURL_READFUNC_ABORT);
+  EXPECT_EQ(cache.calls, 0);
+}
+
+TEST_F(UploadContext, AStopDuringTheReadAbortsAndLeavesThePosition) {
+  cache.bytes = "abc";
+  cache.on_read = [this] { handle->state = 4; };
+  EXPECT_EQ(ask(1, 64), CURL_READFUNC_ABORT);
+  EXPECT_EQ(handle->position, 0);
+}
+
+TEST_F(UploadContext, AThrowingCacheAborts) {
+  cache.bytes = "abc";
+  cache.on_read = [] { throw std::runtime_error{"host"}; };
+  EXPECT_EQ(ask(1, 64), CURL_READFUNC_ABORT);
+}
+
+}  // namespace
+}  // namespace ftp_plugin
