@@ -10,6 +10,10 @@
 #include "host_interfaces.h"
 #include "protocol_interfaces.h"
 
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)  // the rest of the library is built with hidden names
+#endif
+
 extern "C" {
 
 /// 3, always.
@@ -42,3 +46,7 @@ const char* GetAERRORA(AERROR code);
 int ConvertAERROR(AERROR code);
 
 }  // extern "C"
+
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
