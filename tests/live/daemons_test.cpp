@@ -1,0 +1,161 @@
+// The servers themselves, looked at with the curl program: a failing test of the plug-in must not be the
+// servers' fault.
+#include "tests/fakes/daemons.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace {
+
+using fakes::Daemon;
+using fakes::DaemonOptions;
+using fakes::Tls;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Answer {
+  int code;
+  std::string out;
+};
+
+// What curl prints, the dialogue included.
+Answer curl(const Daemon& server, Tls tls, const std::string& path, const std::string& extra = "",
+            const std::string& password = "") {
+  const std::string host =
+      server.host().find(':') == std::string::npos ? server.host() : "[" + server.host() + "]";
+  const std::string command = "curl -svk --max-time 60 " +
+                              std::string{tls == Tls::kExplicit ? "--ssl-reqd --tls-max 1.2 " : ""} +
+                              (tls == Tls::kImplicit ? "--tls-max 1.2 " : "") + "-u '" + server.user() + ":" +
+                              (password.empty() ? server.password() : password) + "' " + extra + " '" +
+                              (tls == Tls::kImplicit ? "ftps" : "ftp") + "://" + host + ":" +
+                              std::to_string(server.port()) + server.remote_root() + path + "' 2>&1";
+  FILE* pipe = popen(command.c_str(), "r");
+  Answer answer{-1, ""};
+  std::array<char, 4096> buffer{};
+  for (std::size_t n = 0; (n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+    answer.out.append(buffer.data(), n);
+  }
+  answer.code = WEXITSTATUS(pclose(pipe));
+  return answer;
+}
+
+struct Row {
+  const char* label;
+  Daemon (*start)(const DaemonOptions&);
+  DaemonOptions options;
+};
+
+class EveryServer : public testing::TestWithParam<Row> {};
+
+TEST_P(EveryServer, ServesAndTakesFilesOfItsUserOnly) {
+  const Row& row = GetParam();
+  Daemon server = row.start(row.options);
+  server.add_file("folder/hello.txt", "hello");
+
+  const Answer read = curl(server, row.options.tls, "/folder/hello.txt");
+  EXPECT_EQ(read.code, 0) << read.out << server.log();
+  EXPECT_THAT(read.out, HasSubstr("hello"));
+
+  const Answer list = curl(server, row.options.tls, "/folder/");
+  EXPECT_EQ(list.code, 0) << list.out;
+  EXPECT_THAT(list.out, HasSubstr("hello.txt"));
+
+  const Answer write = curl(server, row.options.tls, "/folder/new.txt",
+                            "-T " + (server.folder() / "folder/hello.txt").string());
+  EXPECT_EQ(write.code, 0) << write.out << server.log();
+  std::ifstream file{server.folder() / "folder/new.txt"};
+  EXPECT_EQ((std::string{std::istreambuf_iterator<char>{file}, {}}), "hello");
+
+  const Answer refused = curl(server, row.options.tls, "/", "", "wrong");
+  EXPECT_EQ(refused.code, 67) << refused.out;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , EveryServer,
+    testing::Values(Row{"ProFtpdPlain", fakes::start_proftpd, {}},
+                    Row{"ProFtpdExplicit", fakes::start_proftpd, {.tls = Tls::kExplicit}},
+                    Row{"ProFtpdImplicit", fakes::start_proftpd, {.tls = Tls::kImplicit}},
+                    Row{"ProFtpdOverIpv6", fakes::start_proftpd, {.ipv6 = true}},
+                    Row{"VsftpdPlain", fakes::start_vsftpd, {}},
+                    Row{"VsftpdExplicit", fakes::start_vsftpd, {.tls = Tls::kExplicit}},
+                    Row{"VsftpdImplicit", fakes::start_vsftpd, {.tls = Tls::kImplicit}},
+                    Row{"VsftpdOverIpv6", fakes::start_vsftpd, {.ipv6 = true}},
+                    Row{"PureFtpdPlain", fakes::start_pure_ftpd, {}},
+                    Row{"PureFtpdExplicit", fakes::start_pure_ftpd, {.tls = Tls::kExplicit}},
+                    Row{"PureFtpdOverIpv6", fakes::start_pure_ftpd, {.ipv6 = true}}),
+    [](auto& row) { return row.param.label; });
+
+TEST(ProFtpd, WithoutMachineListingRefusesItsCommandsAndDoesNotOfferThem) {
+  Daemon server = fakes::start_proftpd({.machine_listing = false});
+  server.add_file("a.txt", "a");
+  const Answer answer = curl(server, Tls::kNone, "/",
+                             "-Q FEAT -Q '*OPTS MLST type;unique;size;modify;' "
+                             "-Q '*MFMT 20200101000000 a.txt'");
+  EXPECT_EQ(answer.code, 0) << answer.out;
+  EXPECT_THAT(answer.out, Not(HasSubstr("<  MFMT")));
+  EXPECT_THAT(answer.out, Not(HasSubstr("<  MLST")));
+  EXPECT_THAT(answer.out, HasSubstr("< 550 OPTS MLST"));
+  EXPECT_THAT(answer.out, Not(HasSubstr("< 213 Modify=")));
+}
+
+TEST(ProFtpd, WithoutUtf8RefusesTheOption) {
+  Daemon plain = fakes::start_proftpd({.utf8 = false});
+  EXPECT_THAT(curl(plain, Tls::kNone, "/", "-Q '*OPTS UTF8 ON'").out, Not(HasSubstr("< 200 UTF8")));
+  Daemon utf8 = fakes::start_proftpd({});
+  EXPECT_THAT(curl(utf8, Tls::kNone, "/", "-Q '*OPTS UTF8 ON'").out, HasSubstr("< 200 UTF8"));
+}
+
+bool gone(pid_t pid) {
+  const std::string stat = "/proc/" + std::to_string(pid) + "/stat";
+  std::ifstream file{stat};
+  std::string id, command, state;
+  return !(file >> id >> command >> state) || state == "Z";
+}
+
+struct Started {
+  pid_t daemon;
+  char folder[256];
+};
+
+TEST(Daemon, EndsWithTheProgramThatStartedItHoweverThatDiesAndLeavesNothing) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    const auto server = std::make_unique<Daemon>(fakes::start_proftpd({}));
+    std::ifstream file{server->folder().parent_path() / "pid"};
+    Started started{};
+    file >> started.daemon;
+    server->folder().string().copy(started.folder, sizeof started.folder - 1);
+    (void)!write(ends[1], &started, sizeof started);
+    raise(SIGKILL);
+  }
+  close(ends[1]);
+  Started started{};
+  ASSERT_EQ(read(ends[0], &started, sizeof started), static_cast<ssize_t>(sizeof started));
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  close(ends[0]);
+  ASSERT_GT(started.daemon, 1);
+  const auto done = [&] { return gone(started.daemon) && !std::filesystem::exists(started.folder); };
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{30};
+  while (!done() && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds{5});
+  }
+  EXPECT_TRUE(done()) << started.folder;
+}
+
+}  // namespace
