@@ -1,0 +1,135 @@
+#!/usr/bin/env python3
+"""Holds the direction of the includes: exports -> protocol -> fileops, listing -> transport -> common.
+
+usage: check_includes.py ROOT
+
+Prints "file:line: reason" for every include that runs against the table below, and then exits with 1.
+Tests, benchmarks and fuzz targets may look at everything and are not in the table.
+"""
+
+import pathlib
+import re
+import sys
+
+# What everybody may use although it lives in plugin/.
+LEAVES = (
+    "plugin/abi/",
+    "plugin/error_codes.h",
+    "plugin/host_bindings.h",
+    "plugin/log.h",
+    "plugin/no_throw.h",
+)
+
+BELOW = ("fileops/", "listing/", "transport/", "common/")  # the folders that protocol/ stands on
+
+# The Protocol's own operations that live in listing/: everything else there is a parser.
+BODIES = r"(line_parsers|read_dir|file_list)"
+
+LIBCURL = ("curl/", "libssh2", "event2/")
+NOTHING = ()
+
+# The first row whose pattern fits a file decides: what it may include, and which libraries it may not.
+# Every text ending in "/" stands for a folder, every other one for a file.
+TABLE = (
+    # A host is built from these alone.
+    (r"plugin/abi/.*", ("plugin/abi/",), LIBCURL + ("json/",)),
+    # The one file of plugin/ that looks at other folders.
+    (r"plugin/exports\.cpp", LEAVES + ("protocol/",) + BELOW, NOTHING),
+    (r"plugin/.*", LEAVES, LIBCURL + ("json/",)),
+    (r"common/.*", ("common/",) + LEAVES, LIBCURL),
+    (r"transport/.*", ("transport/", "common/") + LEAVES, NOTHING),
+    # The bodies implement the class; of protocol/ they need nothing else.
+    (
+        rf"listing/{BODIES}\.cpp",
+        LEAVES + ("listing/", "protocol/protocol.h", "transport/", "common/"),
+        NOTHING,
+    ),
+    # The parsers know neither connection nor class.
+    (r"listing/.*", ("listing/", "common/") + LEAVES, LIBCURL),
+    (r"fileops/.*\.cpp", ("fileops/", "protocol/protocol.h", "transport/", "common/") + LEAVES, NOTHING),
+    (r"fileops/.*", ("fileops/", "transport/", "common/") + LEAVES, NOTHING),
+    # The class has bodies in listing/ and fileops/: were it to include theirs, there would be a cycle.
+    (r"protocol/.*\.h", ("protocol/", "transport/", "common/") + LEAVES, NOTHING),
+    (r"protocol/.*", LEAVES + ("protocol/",) + BELOW, NOTHING),
+    # Proves that the boundary suffices.
+    (r"host/.*", ("host/", "plugin/abi/"), LIBCURL),
+)
+
+FOLDERS = ("plugin", "common", "transport", "listing", "fileops", "protocol", "host")
+SOURCES = {".h", ".cpp", ".def"}
+INCLUDE = re.compile(r"^\s*#\s*include(?:_next)?\b\s*(.*)$")
+QUOTED = re.compile(r'"([^"]+)"')
+ANGLED = re.compile(r"<([^>]+)>")
+
+
+def without_comments(text):
+    """The text with every comment blanked out; lines stay where they are."""
+    blank = lambda found: found[0] if found[0].startswith('"') else re.sub(r"[^\n]", " ", found[0])
+    return re.sub(r'"(?:\\.|[^"\\\n])*"|//[^\n]*|/\*.*?\*/', blank, text, flags=re.DOTALL)
+
+
+def row_of(name):
+    """Row of the table for a file, given by its path from the root."""
+    for pattern, allowed, forbidden in TABLE:
+        if re.fullmatch(pattern, name):
+            return allowed, forbidden
+    raise LookupError(f"{name} fits no row of the table")
+
+
+def covered(name, allowed):
+    return any(name.startswith(entry) if entry.endswith("/") else name == entry for entry in allowed)
+
+
+def reason_against(root, name, argument):
+    """Why the file `name` must not include `argument`; None when it may."""
+    allowed, forbidden = row_of(name)
+    if angled := ANGLED.match(argument):
+        library = next((start for start in forbidden if angled[1].startswith(start)), None)
+        if library is not None:
+            return f"<{angled[1]}> is not for this file"
+        if (root / angled[1]).is_file():
+            return f"<{angled[1]}> is a file of this project: write it in quotes"
+        return None
+    quoted = QUOTED.match(argument)
+    if not quoted:
+        return f"cannot tell what '{argument}' includes"
+    # Beside the including file first, as the compiler looks, then from the root.
+    beside = (pathlib.PurePosixPath(name).parent / quoted[1]).as_posix()
+    if ".." in pathlib.PurePosixPath(quoted[1]).parts:
+        return f'"{quoted[1]}" climbs: write the path from the root'
+    target = beside if (root / beside).is_file() else quoted[1]
+    if not (root / target).is_file():
+        return f'"{quoted[1]}" is no file of this project'
+    if not covered(target, allowed):
+        return f'"{target}" runs against the direction of the includes'
+    return None
+
+
+def broken_includes(root):
+    """All findings as "file:line: reason"."""
+    findings = []
+    for folder in FOLDERS:
+        files = sorted(path for path in (root / folder).rglob("*") if path.suffix in SOURCES)
+        if not files:
+            findings.append(f"{folder}/:1: no sources found; is this the root of the project?")
+        for path in files:
+            name = path.relative_to(root).as_posix()
+            text = without_comments(path.read_text(encoding="utf-8"))
+            for number, line in enumerate(text.splitlines(), 1):
+                if found := INCLUDE.match(line):
+                    if reason := reason_against(root, name, found[1].strip()):
+                        findings.append(f"{name}:{number}: {reason}")
+    return findings
+
+
+def main(arguments):
+    if len(arguments) != 2:
+        sys.exit(__doc__)
+    findings = broken_includes(pathlib.Path(arguments[1]).resolve())
+    for finding in findings:
+        print(finding)
+    return 1 if findings else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv))

@@ -1,0 +1,138 @@
+#!/usr/bin/env python3
+"""The include check against small trees, good and broken on purpose."""
+
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+sys.dont_write_bytecode = True
+import check_includes
+
+CHECK = pathlib.Path(__file__).with_name("check_includes.py")
+
+# A tree with every kind of file, each with what it may include.
+GOOD = {
+    "plugin/abi/codes.def": "",
+    "plugin/abi/codes.h": '#include <cstdint>\n#include "codes.def"\n',
+    "plugin/abi/records.h": '#include <string>\n#include "codes.h"\n',
+    "plugin/error_codes.h": '#include "plugin/abi/codes.h"\n',
+    "plugin/host_bindings.h": '#include "plugin/abi/records.h"\n',
+    "plugin/log.h": '#include "plugin/host_bindings.h"\n',
+    "plugin/no_throw.h": "#include <utility>\n",
+    "plugin/log.cpp": '#include "plugin/log.h"\n',
+    "plugin/exports.cpp": '#include "plugin/log.h"\n#include "protocol/protocol.h"\n',
+    "common/text.h": '#include <json/json.h>\n#include "plugin/abi/codes.h"\n',
+    "transport/pool.h": '#include <curl/curl.h>\n#include "common/text.h"\n#include "plugin/log.h"\n',
+    "listing/line.h": '#include "common/text.h"\n#include "plugin/abi/records.h"\n',
+    "listing/line.cpp": '#include "listing/line.h"\n',
+    "listing/read_dir.cpp": '#include "listing/line.h"\n#include "protocol/protocol.h"\n'
+    '#include "transport/pool.h"\n',
+    "fileops/texts.h": '#include "common/text.h"\n#include "transport/pool.h"\n',
+    "fileops/read.cpp": '#include "fileops/texts.h"\n#include "protocol/protocol.h"\n',
+    "protocol/protocol.h": '#include "plugin/abi/records.h"\n#include "transport/pool.h"\n',
+    "protocol/paths.h": '#include "common/text.h"\n',
+    "protocol/login.cpp": '#include "listing/line.h"\n#include "protocol/paths.h"\n'
+    '#include "protocol/protocol.h"\n',
+    "host/main.cpp": '#include <json/json.h>\n#include "host/module.h"\n#include "plugin/abi/records.h"\n',
+    "host/module.h": "",
+    "tests/unit/any_test.cpp": '#include "protocol/paths.h"\n#include "transport/pool.h"\n',
+}
+
+# What must be refused: file, the line that is added to it, and a piece of the reason.
+BROKEN = {
+    "common_looks_up": ("common/text.h", '#include "transport/pool.h"', "direction"),
+    "common_knows_no_libcurl": ("common/text.h", "#include <curl/curl.h>", "not for this file"),
+    "transport_looks_at_protocol": ("transport/pool.h", '#include "protocol/protocol.h"', "direction"),
+    "transport_looks_at_listing": ("transport/pool.h", '#include "listing/line.h"', "direction"),
+    "transport_looks_at_fileops": ("transport/pool.h", '#include "fileops/texts.h"', "direction"),
+    "parser_looks_at_transport": ("listing/line.cpp", '#include "transport/pool.h"', "direction"),
+    "parser_knows_no_libcurl": ("listing/line.cpp", "#include <curl/curl.h>", "not for this file"),
+    "parser_looks_at_the_class": ("listing/line.cpp", '#include "protocol/protocol.h"', "direction"),
+    "listing_header_looks_at_the_class": ("listing/line.h", '#include "protocol/protocol.h"', "direction"),
+    "listing_looks_at_fileops": ("listing/read_dir.cpp", '#include "fileops/texts.h"', "direction"),
+    "listing_needs_more_of_protocol": ("listing/read_dir.cpp", '#include "protocol/paths.h"', "direction"),
+    "fileops_header_looks_at_the_class": ("fileops/texts.h", '#include "protocol/protocol.h"', "direction"),
+    "fileops_needs_more_of_protocol": ("fileops/read.cpp", '#include "protocol/paths.h"', "direction"),
+    "fileops_looks_at_listing": ("fileops/read.cpp", '#include "listing/line.h"', "direction"),
+    "class_looks_at_its_bodies": ("protocol/protocol.h", '#include "listing/line.h"', "direction"),
+    "class_looks_at_fileops": ("protocol/protocol.h", '#include "fileops/texts.h"', "direction"),
+    "boundary_looks_at_plugin": ("plugin/abi/records.h", '#include "plugin/log.h"', "direction"),
+    "boundary_needs_a_library": ("plugin/abi/records.h", "#include <json/json.h>", "not for this file"),
+    "leaf_looks_outside": ("plugin/log.h", '#include "common/text.h"', "direction"),
+    "leaf_looks_at_protocol": ("plugin/log.cpp", '#include "protocol/protocol.h"', "direction"),
+    "host_looks_past_the_boundary": ("host/main.cpp", '#include "plugin/log.h"', "direction"),
+    "host_uses_our_code": ("host/main.cpp", '#include "common/text.h"', "direction"),
+    "product_looks_at_tests": ("transport/pool.h", '#include "tests/unit/any_test.cpp"', "direction"),
+    "unknown_file": ("common/text.h", '#include "common/gone.h"', "no file of this project"),
+    "climbing_path": ("listing/line.h", '#include "../transport/pool.h"', "climbs"),
+    "our_file_in_angle_brackets": ("listing/line.h", "#include <transport/pool.h>", "in quotes"),
+    "include_through_a_macro": ("common/text.h", "#include SOME_MACRO", "cannot tell"),
+    "blanks_around_the_word": ("common/text.h", '  #  include   "transport/pool.h"', "direction"),
+    "comment_in_the_line": ("common/text.h", '#include /* why */ "transport/pool.h"', "direction"),
+}
+
+
+def write(root, files):
+    for name, text in files.items():
+        path = root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+
+
+class CheckIncludes(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name)
+        write(self.root, GOOD)
+
+    def check(self):
+        return check_includes.broken_includes(self.root)
+
+    def test_prints_its_findings_and_answers_by_its_exit_code(self):
+        for broken in (False, True):
+            if broken:
+                write(self.root, {"common/text.h": '#include "transport/pool.h"\n'})
+            done = subprocess.run(
+                [sys.executable, CHECK, self.root], capture_output=True, text=True, timeout=60, check=False
+            )
+            self.assertEqual(done.returncode, 1 if broken else 0)
+            self.assertEqual(done.stdout.splitlines(), self.check())
+            self.assertEqual(done.stderr, "")
+
+    def test_passes_a_tree_that_keeps_the_direction(self):
+        self.assertEqual(self.check(), [])
+
+    def test_refuses_each_wrong_include_at_its_line(self):
+        for label, (name, line, reason) in BROKEN.items():
+            with self.subTest(label):
+                write(self.root, {**GOOD, name: GOOD[name] + "\n" + line + "\n"})
+                number = GOOD[name].count("\n") + 2
+                findings = self.check()
+                self.assertEqual(len(findings), 1, findings)
+                self.assertTrue(findings[0].startswith(f"{name}:{number}: "), findings[0])
+                self.assertIn(reason, findings[0])
+
+    def test_overlooks_includes_in_comments(self):
+        hidden = '// #include "transport/pool.h"\n/*\n#include "transport/pool.h"\n*/\n'
+        write(self.root, {"common/text.h": hidden})
+        self.assertEqual(self.check(), [])
+
+    def test_is_not_misled_by_comment_marks_in_a_text(self):
+        tricky = 'const char* url = "http://*/";\nconst char* end = "/*";\n#include "transport/pool.h"\n'
+        write(self.root, {"common/text.h": tricky})
+        findings = self.check()
+        self.assertEqual(len(findings), 1, findings)
+        self.assertTrue(findings[0].startswith("common/text.h:3: "), findings[0])
+
+    def test_refuses_a_folder_that_is_not_the_project(self):
+        with tempfile.TemporaryDirectory() as empty:
+            findings = check_includes.broken_includes(pathlib.Path(empty))
+        self.assertEqual(len(findings), len(check_includes.FOLDERS))
+        self.assertIn("no sources found", findings[0])
+
+
+if __name__ == "__main__":
+    unittest.main()
