@@ -1,3 +1,5 @@
+#include "plugin/abi/exports.h"
+
 #include <cstdlib>
 #include <cstring>
 
@@ -5,11 +7,6 @@
 #include "plugin/host_bindings.h"
 #include "plugin/no_throw.h"
 #include "protocol/protocol.h"
-
-// Everything is built hidden; only what this header declares is to be seen from outside.
-#pragma GCC visibility push(default)
-#include "plugin/abi/exports.h"
-#pragma GCC visibility pop
 
 using ftp_plugin::no_throw;
 using ftp_plugin::Protocol;
