@@ -5,30 +5,31 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
-#include <sstream>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <unordered_map>
+#include <utility>
 
 namespace ftp_plugin {
 namespace {
 
 struct builtin_encoding {
   std::size_t count;
-  std::array<const char*, 12> names;
+  std::array<const char*, 13> names;
 };
 
 // What glibc converts without any module, and so in no file of its.
 constexpr builtin_encoding kBuiltin[] = {
-    {12,
-     {"ANSI_X3.4-1968", "ISO-IR-6", "ANSI_X3.4-1986", "ISO_646.IRV:1991", "ASCII", "ISO646-US", "US-ASCII",
-      "US", "IBM367", "CP367", "CSASCII", "OSF00010020"}},
+    {13,
+     {"ANSI_X3.4-1968", "ANSI_X3.4", "ISO-IR-6", "ANSI_X3.4-1986", "ISO_646.IRV:1991", "ASCII", "ISO646-US",
+      "US-ASCII", "US", "IBM367", "CP367", "CSASCII", "OSF00010020"}},
     {6, {"ISO-10646/UTF8", "UTF-8", "UTF8", "ISO-IR-193", "OSF05010001", "ISO-10646/UTF-8"}},
-    {6, {"ISO-10646/UCS4", "UCS-4", "UCS4", "UCS-4BE", "CSUCS4", "ISO-10646"}},
+    {11,
+     {"ISO-10646/UCS4", "UCS-4", "UCS4", "UCS-4BE", "CSUCS4", "ISO-10646", "10646-1:1993",
+      "10646-1:1993/UCS4", "OSF00010104", "OSF00010105", "OSF00010106"}},
     {1, {"UCS-4LE"}},
     {6, {"ISO-10646/UCS2", "UCS-2", "UCS2", "OSF00010100", "OSF00010101", "OSF00010102"}},
     {2, {"UNICODELITTLE", "UCS-2LE"}},
@@ -38,10 +39,25 @@ constexpr builtin_encoding kBuiltin[] = {
 
 using callback = int (*)(unsigned int namescount, const char* const* names, void* data);
 
-/// A name as callers write it: "ISO-8859-1" for the file's "ISO-8859-1//".
+/// A name as callers write it and as the C library's own list shows it: "CSGB2312" for the file's
+/// "csGB2312//".
 std::string plain_name(std::string_view name) {
-  name = name.substr(0, name.find_last_not_of('/') + 1);
-  return std::string{name};
+  std::string result{name.substr(0, name.find_last_not_of('/') + 1)};
+  for (char& c : result) {
+    if (c >= 'a' && c <= 'z') {
+      c = static_cast<char>(c - 'a' + 'A');
+    }
+  }
+  return result;
+}
+
+/// Takes the first word off `text`; empty when there is none.
+std::string_view take_word(std::string_view& text) noexcept {
+  constexpr std::string_view kBlanks = " \t\r\v\f";
+  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
+  text.remove_prefix(word.size());
+  return word;
 }
 
 /// Groups the names of the files by encoding, in the order in which the files mention them.
@@ -92,18 +108,17 @@ void read_file(const std::filesystem::path& path, name_table& table) {
   constexpr std::string_view kInternal = "INTERNAL";  // glibc's pivot: no encoding that could be asked for
   std::ifstream file{path};
   for (std::string line; std::getline(file, line);) {
-    line.erase(std::min(line.find('#'), line.size()));
-    std::istringstream words{line};
-    std::string kind;
-    std::string from;
-    std::string to;
-    if (!(words >> kind >> from >> to)) {
+    std::string_view rest = std::string_view{line}.substr(0, line.find('#'));
+    const std::string_view kind = take_word(rest);
+    const std::string_view from = take_word(rest);
+    const std::string_view to = take_word(rest);
+    if (to.empty()) {
       continue;
     }
     if (kind == "alias") {
       table.add_alias(plain_name(from), plain_name(to));
     } else if (kind == "module") {
-      for (const std::string& name : {from, to}) {
+      for (const std::string_view name : {from, to}) {
         if (name != kInternal) {
           table.add_encoding(plain_name(name));
         }
