@@ -77,7 +77,7 @@ std::string seconds_to_text(time_t seconds) {
 
 /// The daylight-saving flag of the result is 0, so mktime reads it as local standard time.
 tm parse(const char* text) noexcept {
-  int year = 0;
+  int year = kFirstYear;  // of a text without any number
   int month = 0;
   tm result{};
   std::sscanf(text, "%d-%d-%dT%d:%d:%d", &year, &month, &result.tm_mday, &result.tm_hour, &result.tm_min,
