@@ -454,23 +454,16 @@ TEST(Form, IsReplacedByTheNextOneAndFreedWithTheRequest) {  // the leak check co
   request.SetPost(same);
 }
 
-TEST(SpeedLimit, SlowsADownloadAndZeroLiftsIt) {
+TEST(SpeedLimit, SlowsADownload) {
   constexpr std::size_t kBytes = 4'000'000;  // libcurl lets the first megabyte pass unmeasured
   const http_responder server{
       [](const http_request&) { return http_reply("200 OK", "", std::string(kBytes, 'x')); }};
   CURLImpl request;
   request.SetURL(server.url("/big").c_str());
-  const auto seconds = [&] {
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(request.PerformGet(nullptr, nullptr).body_length, kBytes);
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  };
   request.SetSpeedLimit(8'000'000);
-  const double limited = seconds();
-  request.SetSpeedLimit(0);
-  const double unlimited = seconds();
-  EXPECT_GT(limited, 0.3);
-  EXPECT_LT(unlimited, limited);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(request.PerformGet(nullptr, nullptr).body_length, kBytes);
+  EXPECT_GT(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count(), 0.3);
 }
 
 struct progress_record {
@@ -485,7 +478,8 @@ int record_progress(std::int64_t total, std::int64_t now, void* context, double 
 }
 
 TEST(BindHandle, ReportsAnUploadToTheHostAndIgnoresItsAnswer) {
-  const http_responder server;
+  // Nothing comes back, so only the upload has a speed.
+  const http_responder server{[](const http_request&) { return http_reply("200 OK", "", ""); }};
   CURLImpl request;
   progress_record record;
   auto handle = std::make_shared<_FS_HANDLE>();

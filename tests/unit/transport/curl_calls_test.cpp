@@ -1,5 +1,6 @@
-// Which options the request object sets, in which order and to what. libcurl cannot be asked, so this program
-// has a curl_easy_setopt of its own that writes down and passes on.
+// What the request object tells libcurl, and what it makes of a libcurl without memory. libcurl cannot be
+// asked which options are set, so this program has a few functions of its own under libcurl's names: they
+// write down, or refuse where a test wants it, and pass on.
 #include <curl/curl.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -7,10 +8,12 @@
 #include <atomic>
 #include <cstdarg>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "transport/command_list.h"
 #include "transport/curl_callbacks.h"
 #include "transport/curl_global.h"
 #include "transport/curl_impl.h"
@@ -22,6 +25,7 @@
 namespace {
 
 thread_local std::vector<std::string>* record = nullptr;
+thread_local bool out_of_memory = false;
 std::atomic<int> starts = 0;
 
 std::string describe(CURLoption option, void* value) {
@@ -70,6 +74,16 @@ extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
   return real(handle, option, value);
 }
 
+extern "C" CURL* curl_easy_init() {
+  static auto* const real = next<CURL*()>("curl_easy_init");
+  return out_of_memory ? nullptr : real();
+}
+
+extern "C" curl_slist* curl_slist_append(curl_slist* list, const char* line) {
+  static auto* const real = next<curl_slist*(curl_slist*, const char*)>("curl_slist_append");
+  return out_of_memory ? nullptr : real(list, line);
+}
+
 extern "C" CURLcode curl_global_init(long flags) {
   static auto* const real = next<CURLcode(long)>("curl_global_init");
   ++starts;
@@ -113,12 +127,17 @@ TEST(Options, OfTheLimitsAreTheirValues) {
   CURLImpl request;
   EXPECT_EQ(options_of([&] { request.SetSpeedLimit(5LL << 32); }),
             (lines{"MAX_SEND_SPEED_LARGE=21474836480", "MAX_RECV_SPEED_LARGE=21474836480"}));
-  EXPECT_EQ(options_of([&] { request.SetSpeedLimit(0); }),
-            (lines{"MAX_SEND_SPEED_LARGE=0", "MAX_RECV_SPEED_LARGE=0"}));
   EXPECT_EQ(options_of([&] { request.SetLowSpeedTimeout(7); }), lines{"LOW_SPEED_TIME=7"});
   EXPECT_EQ(options_of([&] { request.SetPostFileSize(1LL << 40); }), lines{"INFILESIZE_LARGE=1099511627776"});
   EXPECT_EQ(options_of([&] { request.SetSendBuffer(); }), lines{"SOCKOPTFUNCTION=enlarge_send_buffer"});
   EXPECT_EQ(options_of([&] { request.SetSSLDefaults(); }), lines{});
+}
+
+TEST(SpeedLimit, ZeroRemovesBothLimits) {
+  CURLImpl request;
+  request.SetSpeedLimit(1000);
+  EXPECT_EQ(options_of([&] { request.SetSpeedLimit(0); }),
+            (lines{"MAX_SEND_SPEED_LARGE=0", "MAX_RECV_SPEED_LARGE=0"}));
 }
 
 TEST(Options, OfTheProgressNameItsDirection) {
@@ -165,6 +184,31 @@ TEST(Options, OfAPostedTextIncludeTheSeekFunction) {
                    "READDATA=none", "SEEKFUNCTION=none", "SEEKDATA=none"}));
 }
 
+TEST(Options, OfAPostedQueryComeInOrderAndGoAtItsEnd) {
+  CURLImpl request;
+  request.SetURL(kNoHost);
+  request.AddQuery("a", "b");
+  EXPECT_EQ(options_of([&] { (void)request.PerformPost(nullptr, nullptr, -1); }),
+            (lines{"URL=\"http:///\"", "POST=1", "HTTPHEADER=none", "HEADER=1", "WRITEDATA=set",
+                   "WRITEFUNCTION=append_to_buffer", "POSTFIELDSIZE_LARGE=-1", "POSTFIELDS=set",
+                   // undone
+                   "HTTPHEADER=none", "WRITEDATA=none", "WRITEFUNCTION=discard_body", "READFUNCTION=none",
+                   "READDATA=none", "SEEKFUNCTION=none", "SEEKDATA=none", "POSTFIELDS=none"}));
+}
+
+TEST(Options, OfAPostedFormLeaveNoFormBehind) {
+  CURLImpl request;
+  request.SetURL(kNoHost);
+  curl_httppost* first = nullptr;
+  curl_httppost* last = nullptr;
+  curl_formadd(&first, &last, CURLFORM_COPYNAME, "a", CURLFORM_COPYCONTENTS, "b", CURLFORM_END);
+  request.SetPost(first);
+  const lines seen = options_of([&] { (void)request.PerformPost(nullptr, nullptr, -1); });
+  EXPECT_EQ(seen.at(6), "HTTPPOST=set");
+  EXPECT_EQ(seen.at(7), "HTTPHEADER=none");  // no text is posted beside the form
+  EXPECT_EQ(seen.back(), "HTTPPOST=none");
+}
+
 TEST(Options, OfAPostOfKnownSizeHaveNoSeekFunction) {
   CURLImpl request;
   request.SetURL(kNoHost);
@@ -180,6 +224,52 @@ TEST(Options, OfALoggingRequestAddTheErrorTextForAsLongAsItLives) {
   ASSERT_GE(seen.size(), 2U);
   EXPECT_EQ(seen[seen.size() - 2], "ERRORBUFFER=set");
   EXPECT_EQ(seen[seen.size() - 1], "ERRORBUFFER=none");
+}
+
+struct no_memory {
+  no_memory() { out_of_memory = true; }
+  ~no_memory() { out_of_memory = false; }
+};
+
+TEST(CURLImpl, PerformsNothingWithoutAHandle) {
+  std::unique_ptr<CURLLogger> request;
+  {
+    const no_memory now;
+    request = std::make_unique<CURLLogger>();
+  }
+  EXPECT_EQ(request->GetCURL(), nullptr);
+  request->SetURL("http://127.0.0.1:1/");
+  request->SetSpeedLimit(1);
+  request->BindHandle(std::make_shared<_FS_HANDLE>());
+  request->InstallLogger();
+  EXPECT_EQ(request->PerformGet(nullptr, nullptr).result, CURLE_FAILED_INIT);
+  EXPECT_EQ(request->PerformPost("text").result, CURLE_FAILED_INIT);
+  EXPECT_EQ(request->PerformPost(nullptr, nullptr, -1).result, CURLE_FAILED_INIT);
+  request->Clear();
+}
+
+TEST(CommandList, StaysAsItWasWhenThereIsNoMemory) {
+  command_list list;
+  add(list, "kept");
+  {
+    const no_memory now;
+    EXPECT_THROW(add(list, "refused"), std::bad_alloc);
+  }
+  ASSERT_NE(list, nullptr);
+  EXPECT_STREQ(list->data, "kept");
+  EXPECT_EQ(list->next, nullptr);
+}
+
+TEST(Options, AreLeftAloneWhenThereIsNoMemoryForTheHeaders) {
+  CURLImpl request;
+  request.SetURL(kNoHost);
+  request.AddHeader("A", 1);
+  EXPECT_EQ(options_of([&] {
+              const no_memory now;
+              EXPECT_THROW((void)request.PerformGet(nullptr, nullptr), std::bad_alloc);
+              EXPECT_THROW((void)request.PerformPost("text"), std::bad_alloc);
+            }),
+            lines{});
 }
 
 TEST(StartCurl, StartsItOnceForAllThreads) {
