@@ -120,7 +120,7 @@ void connection::close() {
 }
 
 void connection::forget_control() noexcept {
-  if (driver_ != nullptr) driver_->shut_down_sockets();
+  if (driver_ != nullptr) driver_->close_connections(GETCURL());
 }
 
 }  // namespace ftp_plugin

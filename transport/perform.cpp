@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "transport/sigpipe_guard.h"
 
@@ -109,6 +110,17 @@ bool request_driver::control_is_open(CURL* curl) const {
 
 void request_driver::shut_down_sockets() noexcept {
   for (const curl_socket_t socket : sockets_) shutdown(socket, SHUT_RDWR);
+}
+
+void request_driver::close_connections(CURL* curl) noexcept {
+  // Shutting the sockets down is not enough: libcurl looks for dead connections once a second only, and a
+  // request before that fails on the old one.
+  shut_down_sockets();
+  CURLM* fresh = curl_multi_init();
+  if (fresh == nullptr) return;  // then the next request may fail, which drops the connection
+  const sigpipe_guard guard;
+  curl_multi_remove_handle(multi_, curl);
+  curl_multi_cleanup(std::exchange(multi_, fresh));
 }
 
 }  // namespace ftp_plugin

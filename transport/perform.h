@@ -34,9 +34,11 @@ class request_driver : pinned {
   /// While set, no socket is opened: a request that needs a new login fails instead.
   void refuse_new_sockets(bool refuse) noexcept { refuse_ = refuse; }
 
-  /// Shuts every open socket down. libcurl then finds the connection dead: the next request begins on a fresh
-  /// control connection, and destruction says no further goodbye.
+  /// Shuts every open socket down: destruction says no further goodbye.
   void shut_down_sockets() noexcept;
+
+  /// Closes every connection without a goodbye: the next request of `curl` begins on a fresh one.
+  void close_connections(CURL* curl) noexcept;
 
  private:
   static curl_socket_t open_socket(void* self, curlsocktype purpose, struct curl_sockaddr* address) noexcept;
