@@ -14,7 +14,7 @@ AERROR Protocol::CreateDirectory(const char* path, _FS_FILE_V2* file, char** mes
   return no_throw(FOLDER_CREATION_FAILED, [&] {
     log_operation("CreateDirectory", path);
     if (message != nullptr) *message = nullptr;
-    const std::string id = text_or_empty(path) + ("/" + _encode(file->name, !connections->utf8()));
+    const std::string id = text_or_empty(path) + ("/" + _encode(file->name, !connected_pool()->utf8()));
     const std::string server_path = full_path("", id.c_str());
     const auto fail = [&](CURLcode code) {
       log_exec_error("CreateDirectory", path, code);
@@ -22,7 +22,7 @@ AERROR Protocol::CreateDirectory(const char* path, _FS_FILE_V2* file, char** mes
     };
     if (const CURLcode code = check_command_text(server_path, is_sftp()); code != CURLE_OK) return fail(code);
 
-    lease borrowed{connections};
+    lease borrowed{connected_pool()};
     if (server_path.empty() || server_path == "/") return FAILED;  // the root can never be created
     connection& con = *borrowed;
     if (con.GETCURL() == nullptr) return FAILED;
@@ -58,7 +58,7 @@ AERROR Protocol::_Delete(const char* path, char** message, bool directory) {
   };
   if (const CURLcode code = check_command_text(server_path, is_sftp()); code != CURLE_OK) return fail(code);
 
-  lease borrowed{connections};
+  lease borrowed{connected_pool()};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return FAILED;
   const CURLcode code = run_post_quote(con, {delete_command(server_path, is_sftp(), directory)});

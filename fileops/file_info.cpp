@@ -51,7 +51,7 @@ AERROR Protocol::GetFileInfo(const char* path, _FS_FILE_V2* file, char** message
 }
 
 AERROR Protocol::ftp_get_info(const char* path, _FS_FILE_V2* file, char**) {
-  lease borrowed{connections};
+  lease borrowed{connected_pool()};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return FAILED;
   byte_vector ignored;

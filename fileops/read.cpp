@@ -40,7 +40,7 @@ AERROR Protocol::Read(const char* path, long long offset, long long length,
     if (path == nullptr || *path == '\0' || length <= 0) return SUCCESS;  // nothing asked is nothing failed
     __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s [%s] offset %lld, length %lld", "Read", path,
              offset, length);
-    lease borrowed{connections};
+    lease borrowed{connected_pool()};
     connection& con = *borrowed;
     const std::string url = request_url(con, path);
     if (con.request() != nullptr) con.request()->SetSpeedLimit(speed_limit);

@@ -45,7 +45,7 @@ AERROR Protocol::Move(const char* src, const char* target, _FS_FILE_V2* file, ch
   return no_throw(FILE_WRITE_FAILED, [&] {
     log_move("Move", src, target, *file);
     if (message != nullptr) *message = nullptr;
-    const std::string encoded = _encode(file->name, !connections->utf8());
+    const std::string encoded = _encode(file->name, !connected_pool()->utf8());
     const std::string id = text_or_empty(target) + ("/" + encoded);
     const std::string source = full_path("", src);
     const std::string destination = full_path("", id.c_str());
@@ -57,7 +57,7 @@ AERROR Protocol::Move(const char* src, const char* target, _FS_FILE_V2* file, ch
       if (const CURLcode code = check_command_text(path, is_sftp()); code != CURLE_OK) return fail(code);
     }
 
-    lease borrowed{connections};
+    lease borrowed{connected_pool()};
     // Kept on purpose: the root cannot be moved, and the request is reported as done. The connection is
     // dropped. Pinned by Move.TheRootIsReportedAsDoneAndNothingIsSent.
     if (is_root(source) || is_root(destination)) return SUCCESS;

@@ -24,7 +24,7 @@ AERROR Protocol::SetFileTime(const char* path, std::string, std::string second, 
     };
     if (const CURLcode code = check_command_text(server_path, false); code != CURLE_OK) return fail(code);
 
-    lease borrowed{connections};
+    lease borrowed{connected_pool()};
     connection& con = *borrowed;
     if (con.GETCURL() == nullptr) return FAILED;
     const CURLcode code = run_post_quote(con, {set_time_command(server_path, third)});

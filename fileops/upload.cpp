@@ -19,9 +19,9 @@ AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, IC
     __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s id [%s], name [%s]", "Upload",
              text_or_empty(path), file->name.c_str());
     if (message != nullptr) *message = nullptr;
-    const std::string encoded = _encode(file->name, !connections->utf8());
+    const std::string encoded = _encode(file->name, !connected_pool()->utf8());
     const std::string id = text_or_empty(path) + ("/" + encoded);
-    lease borrowed{connections};
+    lease borrowed{connected_pool()};
     connection& con = *borrowed;
     const std::string url = request_url(con, id.c_str());
     if (con.GETCURL() == nullptr) return FAILED;

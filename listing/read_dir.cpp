@@ -37,11 +37,11 @@ int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
     return kFailed;
   };
   // Some servers read "[" as the beginning of a pattern, and only in MLSD.
-  *is_mlsd = connections->mlst() && std::string_view{text_or_empty(path)}.find('[') == std::string_view::npos;
+  *is_mlsd = connected_pool()->mlst() && std::string_view{text_or_empty(path)}.find('[') == std::string_view::npos;
   const std::string command = string_format("MLSD %s", full_path("", path).c_str());
   if (*is_mlsd && !is_one_line(command)) return fail(CURLE_URL_MALFORMAT);
 
-  lease borrowed{connections};
+  lease borrowed{connected_pool()};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return kFailed;
   byte_vector bytes;

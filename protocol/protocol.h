@@ -10,6 +10,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "plugin/abi/protocol_interfaces.h"
@@ -83,6 +84,13 @@ class Protocol : public IProtocol_V2 {
   IProtocolManager* manager;                // may be null
   std::string manager_value;                // what the manager answered at construction
   std::int32_t file_time_mode = 0;          // 1: MFMT sets times
+
+  /// The pool of the last Connect. Throws std::logic_error before the first one, so that an operation that
+  /// comes too early fails like any other.
+  [[nodiscard]] const std::shared_ptr<pool>& connected_pool() const {
+    if (connections == nullptr) throw std::logic_error{"no login yet"};
+    return connections;
+  }
 
   /// Whether the server speaks SFTP; else FTP or FTPS.
   [[nodiscard]] bool is_sftp() const { return setting_is(options, key::type, "sftp"); }
