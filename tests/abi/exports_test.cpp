@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -21,8 +21,9 @@ using testing::UnorderedElementsAre;
 class ElfFile {
  public:
   explicit ElfFile(const std::string& name) {
-    std::ifstream file{name, std::ios::binary};
-    bytes_.assign(std::istreambuf_iterator<char>{file}, {});
+    std::ifstream file{name, std::ios::binary | std::ios::ate};
+    bytes_.resize(static_cast<std::size_t>(std::max<std::streamoff>(file.tellg(), 0)));
+    file.seekg(0).read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
     header_ = at<Elf64_Ehdr>(0);
     if (std::memcmp(header_.e_ident, ELFMAG, SELFMAG) != 0 || header_.e_ident[EI_CLASS] != ELFCLASS64) {
       throw std::runtime_error{name + " is no 64-bit ELF file"};

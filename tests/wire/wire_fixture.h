@@ -1,0 +1,72 @@
+// What every wire test starts from: a scripted server with a few files, a bound logger and one object.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "tests/fakes/ftp_server.h"
+#include "tests/fakes/host.h"
+#include "tests/fakes/plugin.h"
+
+namespace wire {
+
+/// `size` bytes that differ from place to place.
+inline std::string pattern(std::size_t size) {
+  std::string bytes(size, '\0');
+  std::uint32_t state = 1;
+  for (char& byte : bytes) {
+    state = state * 1664525 + 1013904223;
+    byte = static_cast<char>(state >> 24);
+  }
+  return bytes;
+}
+
+class Wire : public testing::Test {
+ protected:
+  Wire() {
+    server.add_file("/docs/a.txt", "hello world");
+    server.add_directory("/docs/sub", "19991231235959");
+    server.add_file("/docs/my file.txt", "blank");
+    server.add_file("/big.bin", pattern(300000));
+  }
+  ~Wire() override {
+    protocol.release();
+    EXPECT_TRUE(server.wait_until_idle()) << "a connection outlives the object";
+    if (!HasFailure()) return;
+    for (const std::string& line : server.dialogue()) std::cerr << line << "\n";
+    for (const std::string& line : log.lines()) std::cerr << line << "\n";
+  }
+
+  /// Logs in to the server's root, anonymously unless `more` says otherwise.
+  AERROR connect(const std::string& path = "", const fakes::FormEntries& more = {}) {
+    return protocol->Connect(nullptr, fakes::login_document(server.url(path), "", "", more).c_str());
+  }
+
+  /// Logs in and forgets what it took, so that a test sees its own operation only.
+  void connected(const std::string& path = "", const fakes::FormEntries& more = {}) {
+    ASSERT_EQ(connect(path, more), SUCCESS);
+    (void)server.take_dialogue();
+    log.clear();
+  }
+
+  AERROR set_options(const fakes::FormEntries& entries) {
+    return protocol->SetOpt("option_fields", fakes::option_document(entries).c_str());
+  }
+
+  /// Releases the object; the dialogue is complete then.
+  void released() {
+    protocol.release();
+    ASSERT_TRUE(server.wait_until_idle());
+  }
+
+  fakes::FtpServer server;
+  fakes::Logger log;
+  fakes::ScopedLogger bound{log};
+  fakes::ScopedProtocol protocol;
+};
+
+}  // namespace wire
