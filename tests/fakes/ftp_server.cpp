@@ -606,6 +606,7 @@ void FtpServer::Impl::accept_clients() {
     const Socket& listener = listeners[(ready & 1) != 0 ? 0 : 1];
     Socket control{::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK)};
     if (!control) continue;
+    send_at_once(control);  // two replies in a row, as around a transfer, would cost 40 ms
     reap_finished();
     const int number = with([&] {
       ++open;

@@ -1,6 +1,7 @@
 #include "tests/fakes/socket.h"
 
 #include <arpa/inet.h>
+#include <netinet/tcp.h>
 
 #include <cerrno>
 #include <system_error>
@@ -59,6 +60,11 @@ Socket connect_to_loopback(int family, std::uint16_t port) {
   Address address = loopback(family, port);
   if (!socket || ::connect(socket.get(), address.get(), address.length) != 0) return Socket{};
   return socket;
+}
+
+void send_at_once(const Socket& socket) {
+  const int on = 1;
+  ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
 std::uint16_t local_port(const Socket& socket) {

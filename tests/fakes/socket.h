@@ -45,6 +45,8 @@ class Socket {
 [[nodiscard]] Socket listen_on_loopback(int family);
 /// A connection to this port of this machine; empty when nobody listens there.
 [[nodiscard]] Socket connect_to_loopback(int family, std::uint16_t port);
+/// Small pieces are sent without waiting for the peer's acknowledgement of the ones before.
+void send_at_once(const Socket& socket);
 [[nodiscard]] std::uint16_t local_port(const Socket& socket);
 [[nodiscard]] int address_family(const Socket& socket);
 
