@@ -2,10 +2,9 @@
 #include <sys/wait.h>
 
 #include <chrono>
-#include <clocale>
 #include <cstdlib>
-#include <filesystem>
 
+#include "tests/wire/latin1_locale.h"
 #include "tests/wire/wire_fixture.h"
 
 namespace {
@@ -327,58 +326,30 @@ TEST_F(Listing, TenThousandEntriesArriveInOrder) {
   }
 }
 
-/// A process locale in ISO 8859-1, made for the test.
-class Latin1Locale {
- public:
-  Latin1Locale() : folder_{testing::TempDir() + "wire_locale_XXXXXX"} {
-    if (::mkdtemp(folder_.data()) == nullptr) return;
-    const std::string command =
-        "localedef -c -i en_US -f ISO-8859-1 '" + folder_ + "/en_US.ISO-8859-1' >/dev/null 2>&1";
-    if (std::system(command.c_str()) < 0) return;
-    ::setenv("LOCPATH", folder_.c_str(), 1);
-    ready_ = std::setlocale(LC_CTYPE, "en_US.ISO-8859-1") != nullptr;
-  }
-  Latin1Locale(const Latin1Locale&) = delete;
-  Latin1Locale& operator=(const Latin1Locale&) = delete;
-  ~Latin1Locale() {
-    std::setlocale(LC_CTYPE, "C");
-    ::unsetenv("LOCPATH");
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  explicit operator bool() const { return ready_; }
-
- private:
-  std::string folder_;
-  bool ready_ = false;
-};
-
-constexpr const char* kLatin1 = "caf\xe9";
-constexpr const char* kUtf8 = "caf\xc3\xa9";
-
 TEST_F(Listing, ConvertsNamesFromTheLocaleWhereTheServerHasNoUtf8) {
-  const Latin1Locale locale;
+  const wire::Latin1Locale locale;
   ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
   server.lacks("UTF8");
-  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + kLatin1 + "\r\n");
+  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + wire::kLatin1Name + "\r\n");
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
   ASSERT_EQ(list.files().size(), 1u);
-  EXPECT_EQ(list.files()[0].name, kUtf8);
-  EXPECT_EQ(list.files()[0].id, std::string{"/docs/"} + kLatin1) << "the identifier keeps the server's bytes";
+  EXPECT_EQ(list.files()[0].name, wire::kUtf8Name);
+  EXPECT_EQ(list.files()[0].id, std::string{"/docs/"} + wire::kLatin1Name)
+      << "the identifier keeps the server's bytes";
 }
 
 TEST_F(Listing, LeavesNamesAloneWhereUtf8IsAcceptedOrForced) {
-  const Latin1Locale locale;
+  const wire::Latin1Locale locale;
   ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
-  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + kLatin1 + "\r\n");
+  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + wire::kLatin1Name + "\r\n");
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
   server.lacks("UTF8");
   set_options({{"charset", "Force UTF-8"}});
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_THAT(list.names(), ElementsAre(kLatin1, kLatin1));
+  EXPECT_THAT(list.names(), ElementsAre(wire::kLatin1Name, wire::kLatin1Name));
 }
 
 TEST_F(Listing, KeepsANameThatCannotBeConverted) {
@@ -387,24 +358,26 @@ TEST_F(Listing, KeepsANameThatCannotBeConverted) {
   server.set_mlsd("/docs", "type=file;size=1; caf\xe9\r\n");
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_THAT(list.names(), ElementsAre(kLatin1));
+  EXPECT_THAT(list.names(), ElementsAre(wire::kLatin1Name));
 }
 
 TEST_F(Listing, ALookUpComparesTheServersBytes) {
-  const Latin1Locale locale;
+  const wire::Latin1Locale locale;
   ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
   set_options({{"charset", "Local charset"}});
-  server.set_mlsd("/docs", std::string{"type=dir;modify=20200102030405; "} + kLatin1 + "\r\n");
+  server.set_mlsd("/docs", std::string{"type=dir;modify=20200102030405; "} + wire::kLatin1Name + "\r\n");
   connected();
   _FS_FILE_V2 converted;
   converted.attr = FS_ATTR_DIRECTORY;
-  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + kUtf8).c_str(), &converted, nullptr), SUCCESS);
+  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + wire::kUtf8Name).c_str(), &converted, nullptr),
+            SUCCESS);
   EXPECT_EQ(converted.modify_time, "") << "a name that matches after conversion only is not found";
   _FS_FILE_V2 raw;
   raw.attr = FS_ATTR_DIRECTORY;
-  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + kLatin1).c_str(), &raw, nullptr), SUCCESS);
+  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + wire::kLatin1Name).c_str(), &raw, nullptr),
+            SUCCESS);
   EXPECT_EQ(raw.modify_time, "2020-01-02T03:04:05.000Z");
-  EXPECT_EQ(raw.name, kUtf8);
+  EXPECT_EQ(raw.name, wire::kUtf8Name);
 }
 
 }  // namespace
