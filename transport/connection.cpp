@@ -46,6 +46,18 @@ CURLcode log_in(request_driver& driver, CURL* curl, bool tls) {
   return run();
 }
 
+/// Whether the last request may have left the login directory of a server that never told which one that is.
+/// libcurl goes back by the answer to PWD; without one it stays, and a raw command with a relative path would
+/// name another file: a delete would take the wrong one.
+/// Pinned by Delete.TakesTheRightFileWhereTheServerDoesNotTellTheLoginDirectory.
+bool has_lost_login_directory(CURL* curl, const std::string& base_url) {
+  char* login_directory = nullptr;
+  char* url = nullptr;
+  curl_easy_getinfo(curl, CURLINFO_FTP_ENTRY_PATH, &login_directory);
+  curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &url);
+  return login_directory == nullptr && url != nullptr && url != base_url;
+}
+
 }  // namespace
 
 connection::connection(settings_map settings) : settings_{std::move(settings)} {}
@@ -89,7 +101,9 @@ CURLcode connection::exec(long connect_timeout, bool) {
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, 20L);
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &CURLDebug);
-  return driver_->perform(curl);
+  const CURLcode code = driver_->perform(curl);
+  if (!is_sftp() && has_lost_login_directory(curl, get_url())) forget_control();
+  return code;
 }
 
 void connection::quit() {
