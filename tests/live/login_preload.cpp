@@ -81,6 +81,8 @@ struct pam_conv {
 struct pam_handle {
   char* user;
   pam_conv conversation;
+  const char* right_user;
+  const char* right_password;
 };
 
 int pam_start(const char* /*service*/, const char* user, const pam_conv* conversation, pam_handle** out) {
@@ -88,6 +90,9 @@ int pam_start(const char* /*service*/, const char* user, const pam_conv* convers
   if (handle == nullptr) return kAuthenticationFailed;
   handle->user = strdup(user == nullptr ? "" : user);
   handle->conversation = *conversation;
+  // Now: the SSH server empties its environment before it asks for the password.
+  handle->right_user = std::getenv("LIVE_TEST_USER");
+  handle->right_password = std::getenv("LIVE_TEST_PASSWORD");
   *out = handle;
   return kSuccess;
 }
@@ -109,9 +114,7 @@ int pam_get_item(const pam_handle* handle, int item, const void** value) {
 }
 
 int pam_authenticate(pam_handle* handle, int /*flags*/) {
-  const char* user = std::getenv("LIVE_TEST_USER");
-  const char* password = std::getenv("LIVE_TEST_PASSWORD");
-  if (user == nullptr || password == nullptr) return kAuthenticationFailed;
+  if (handle->right_user == nullptr || handle->right_password == nullptr) return kAuthenticationFailed;
   const pam_message message{kPromptEchoOff, "Password: "};
   const pam_message* messages = &message;
   pam_response* response = nullptr;
@@ -119,8 +122,8 @@ int pam_authenticate(pam_handle* handle, int /*flags*/) {
       response == nullptr) {
     return kAuthenticationFailed;
   }
-  const bool right = response->resp != nullptr && std::strcmp(response->resp, password) == 0 &&
-                     std::strcmp(handle->user, user) == 0;
+  const bool right = response->resp != nullptr && std::strcmp(response->resp, handle->right_password) == 0 &&
+                     std::strcmp(handle->user, handle->right_user) == 0;
   std::free(response->resp);
   std::free(response);
   return right ? kSuccess : kAuthenticationFailed;

@@ -1,0 +1,38 @@
+#include "transport/sftp_channel.h"
+
+#include "transport/sftp_errors.h"
+
+namespace ftp_plugin {
+
+CURLcode sftp_channel::stat(const std::string& path, sftp_attributes& out) {
+  return run([&] { return session_->stat(path, out); });
+}
+
+CURLcode sftp_channel::list(const std::string& path, byte_vector& body) {
+  return run([&] {
+    body.clear();
+    return session_->list(path, body);
+  });
+}
+
+template <class Request>
+CURLcode sftp_channel::run(Request&& request) {
+  const bool was_idle = session_ != nullptr;
+  CURLcode code = was_idle ? CURLE_OK : open();
+  if (code == CURLE_OK) code = request();
+  if (was_idle && is_lost_connection(code)) {
+    // A server may well hang up on a session that says nothing for a while. Both requests only read.
+    session_.reset();
+    code = open();
+    if (code == CURLE_OK) code = request();
+  }
+  if (session_ != nullptr && !session_->usable()) session_.reset();
+  return code;
+}
+
+CURLcode sftp_channel::open() {
+  session_ = std::make_unique<sftp_session>(limits_);
+  return session_->open(settings_);
+}
+
+}  // namespace ftp_plugin
