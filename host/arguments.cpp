@@ -101,6 +101,51 @@ void add_verbs(CLI::App& app, Arguments& arguments, Raw& raw) {
   get->add_flag("--resume", arguments.resume, "Continue what an earlier run left; skip what is complete");
   operand(get, "URL", "File or directory");
   operand(get, "LOCAL", "File or directory to write (default: the same name, here)", false);
+
+  CLI::App* const put = verb("put", "Upload a file or, with -r, a directory");
+  put->add_flag("-r,-R,--recursive", arguments.recursive, "A directory and everything below");
+  operand(put, "LOCAL", "File or directory");
+  operand(put, "URL", "File to write; or a directory to put it in");
+
+  CLI::App* const mkdir = verb("mkdir", "Make a directory");
+  mkdir->add_flag("-p,--parents", arguments.parents, "Those above it as well; no failure when it is there");
+  operand(mkdir, "URL", "Directory");
+
+  CLI::App* const rm = verb("rm", "Remove a file or, with -r, a directory");
+  rm->add_flag("-r,-R,--recursive", arguments.recursive, "A directory and everything below");
+  operand(rm, "URL", "File or directory");
+
+  operand(verb("rmdir", "Remove an empty directory"), "URL", "Directory");
+
+  CLI::App* const mv = verb("mv", "Rename or move a file or directory");
+  operand(mv, "URL", "File or directory");
+  operand(mv, "NEW", "URL on the same server (into it, if it is a directory), or a plain new name");
+
+  CLI::App* const touch = verb("touch", "Set the modification time; makes an empty file when there is none");
+  touch->add_option("--time", arguments.time, "2024-03-05T07:08:09 (local, or UTC with Z), @seconds or now")
+      ->type_name("TIME");
+  operand(touch, "URL", "File");
+
+  CLI::App* const sync = verb("sync", "Make a directory equal to another, from or to the server");
+  sync->add_flag("--delete", arguments.remove, "Remove what the source does not have");
+  sync->add_flag("-n,--dry-run", arguments.dry_run, "Only tell what would be done");
+  sync->add_option("--parallel", arguments.parallel, "Files at a time (default 2)")
+      ->check(CLI::Range(1u, 16u))
+      ->type_name("N");
+  sync->add_option("--include", arguments.includes, "Only files that match; may be given several times")
+      ->type_name("PATTERN")
+      ->take_all()
+      ->allow_extra_args(false);
+  sync->add_option("--exclude", arguments.excludes, "Leave out what matches; may be given several times")
+      ->type_name("PATTERN")
+      ->take_all()
+      ->allow_extra_args(false);
+  sync->add_option("--modify-window", arguments.modify_window,
+                   "Seconds that count as no difference (default 0)")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("SECONDS");
+  operand(sync, "SOURCE", "URL or local directory");
+  operand(sync, "TARGET", "Local directory or URL");
 }
 
 void finish(Arguments& arguments, const Raw& raw) {

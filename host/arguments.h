@@ -45,6 +45,14 @@ struct Arguments {
   bool recursive = false;
   std::optional<ByteRange> range;
   bool resume = false;
+  bool parents = false;
+  std::string time = "now";
+
+  bool remove = false;
+  bool dry_run = false;
+  unsigned parallel = 2;
+  std::vector<std::string> includes, excludes;
+  std::int64_t modify_window = 0;  ///< seconds
 };
 
 /// What parsing came to: arguments to act on, or a text to print and a code to end with.

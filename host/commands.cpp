@@ -16,8 +16,9 @@ struct Verb {
   ExitCode (*run)(Context&);
 };
 constexpr std::array kVerbs{
-    Verb{"inspect", run_inspect}, Verb{"ls", run_ls},   Verb{"stat", run_stat},
-    Verb{"cat", run_cat},         Verb{"get", run_get},
+    Verb{"inspect", run_inspect}, Verb{"ls", run_ls},   Verb{"stat", run_stat},   Verb{"cat", run_cat},
+    Verb{"get", run_get},         Verb{"put", run_put}, Verb{"mkdir", run_mkdir}, Verb{"rm", run_rm},
+    Verb{"rmdir", run_rmdir},     Verb{"mv", run_mv},   Verb{"touch", run_touch}, Verb{"sync", run_sync},
 };
 
 /// SFTP knows no anonymous login: as ssh does, the user's own name is the default.

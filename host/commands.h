@@ -30,5 +30,12 @@ struct Context {
 [[nodiscard]] ExitCode run_stat(Context& context);
 [[nodiscard]] ExitCode run_cat(Context& context);
 [[nodiscard]] ExitCode run_get(Context& context);
+[[nodiscard]] ExitCode run_put(Context& context);
+[[nodiscard]] ExitCode run_mkdir(Context& context);
+[[nodiscard]] ExitCode run_rm(Context& context);
+[[nodiscard]] ExitCode run_rmdir(Context& context);
+[[nodiscard]] ExitCode run_mv(Context& context);
+[[nodiscard]] ExitCode run_touch(Context& context);
+[[nodiscard]] ExitCode run_sync(Context& context);
 
 }  // namespace ftp_host

@@ -14,12 +14,12 @@
 namespace ftp_host {
 namespace {
 
-RemoteEntry must_be_file(Session& session, const std::string& id, std::string_view instead) {
-  RemoteEntry entry = must_look_up(session, id);
+Entry must_be_file(Session& session, const std::string& id, std::string_view instead) {
+  Entry entry = must_look_up(session, id);
   if (!entry.directory) return exact_file(session, entry);
   Listing listing;
   if (!list_directory(session, entry, listing)) return entry;
-  throw Failure{ExitCode::usage, fmt::format("{}{} is a directory{}", session.url().root(), id, instead)};
+  throw Failure{ExitCode::usage, fmt::format("{} is a directory{}", session.url_of(id), instead)};
 }
 
 /// Downloads a tree. One file that fails does not end it; the first failure decides the exit code.
@@ -38,14 +38,14 @@ class TreeDownload {
           fmt::format("{}: {} unusable names from the server left out", local.path(), listing.hostile));
     }
     if (!context_.arguments.resume) local.remove_temporaries("", "");
-    for (const RemoteEntry& entry : listing.entries) {
+    for (const Entry& entry : listing.entries) {
       if (is_temporary_name(entry.name)) continue;  // what an interrupted upload left
       guarded([&] { one(entry, local); });
     }
     path_.leave();
   }
 
-  void file(const RemoteEntry& entry, const LocalDirectory& local, const std::string& name) {
+  void file(const Entry& entry, const LocalDirectory& local, const std::string& name) {
     if (context_.arguments.resume) {
       const auto there = local.find(name);
       if (there && same_file(*there, entry)) {
@@ -53,7 +53,7 @@ class TreeDownload {
         return;
       }
     }
-    const RemoteEntry exact = exact_file(session_, entry);
+    const Entry exact = exact_file(session_, entry);
     const DownloadResult result =
         download_file(session_, progress_, exact, local, name, context_.arguments.resume);
     bytes_ += result.bytes;
@@ -86,7 +86,7 @@ class TreeDownload {
   }
 
  private:
-  void one(RemoteEntry entry, const LocalDirectory& local) {
+  void one(Entry entry, const LocalDirectory& local) {
     if (entry.directory) {
       Listing inner;
       if (list_directory(session_, entry, inner)) {
@@ -140,7 +140,7 @@ std::string tree_target(const Arguments& arguments, const RemoteUrl& url) {
 ExitCode run_cat(Context& context) {
   RemoteUrl url = parse_remote_url(context.arguments.operands.at(0));
   const auto session = open_session(context, url);
-  const RemoteEntry entry = must_be_file(*session, url.path, "");
+  const Entry entry = must_be_file(*session, url.path, "");
   Extent extent{0, -1};
   if (context.arguments.range) {
     if (entry.size >= 0) {
@@ -180,7 +180,7 @@ ExitCode run_get(Context& context) {
   const auto session = open_session(context, url);
   TreeDownload download{context, *session};
   if (!arguments.recursive) {
-    const RemoteEntry entry = must_be_file(*session, url.path, ": use -r");
+    const Entry entry = must_be_file(*session, url.path, ": use -r");
     const SplitPath target = file_target(arguments, leaf_name(url.path));
     const LocalDirectory directory = LocalDirectory::open(target.directory);
     download.set_total(entry.size);
@@ -188,7 +188,7 @@ ExitCode run_get(Context& context) {
     directory.remove_temporaries(target.name, "");
     return download.end();
   }
-  RemoteEntry top = must_look_up(*session, url.path);
+  Entry top = must_look_up(*session, url.path);
   Listing listing;
   if (!top.directory || !list_directory(*session, top, listing)) {
     const SplitPath target = file_target(arguments, leaf_name(url.path));

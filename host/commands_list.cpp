@@ -31,20 +31,19 @@ class Lister {
  public:
   Lister(Context& context, Session& session) : context_{context}, session_{session} {}
 
-  void directory(const RemoteEntry& top, const Listing& listing, const std::string& shown, bool heading) {
+  void directory(const Listing& listing, const std::string& shown, bool heading) {
     if (!path_.enter(listing)) {
       context_.console.notice(shown + ": a link to a directory above it, or too deep: left out");
       return;
     }
     note_hostile(shown, listing);
     if (heading) text(fmt::format("{}{}:\n", printed_ ? "\n" : "", context_.console.shown_name(shown)));
-    for (const RemoteEntry& item : listing.entries) entry(item);
+    for (const Entry& item : listing.entries) entry(item);
     if (context_.arguments.recursive) below(listing, shown);
     path_.leave();
-    (void)top;
   }
 
-  void entry(const RemoteEntry& item) {
+  void entry(const Entry& item) {
     if (context_.arguments.json) {
       json_.append(entry_json(item));
       return;
@@ -60,12 +59,12 @@ class Lister {
 
  private:
   void below(const Listing& listing, const std::string& shown) {
-    for (RemoteEntry item : listing.entries) {
+    for (Entry item : listing.entries) {
       if (!item.directory) continue;
       const std::string name = join_path(shown, item.name);
       try {
         Listing inner;
-        if (list_directory(session_, item, inner)) directory(item, inner, name, true);
+        if (list_directory(session_, item, inner)) directory(inner, name, true);
       } catch (const Failure& failure) {
         if (failure.code() == ExitCode::cancelled) throw;
         context_.console.complain(failure.what());
@@ -122,17 +121,17 @@ ExitCode run_ls(Context& context) {
   RemoteUrl url = parse_remote_url(context.arguments.operands.at(0));
   const auto session = open_session(context, url);
   Lister lister{context, *session};
-  RemoteEntry top;
+  Entry top;
   top.id = url.path;
   top.name = leaf_name(url.path);
   top.directory = true;
   Listing listing;
   if (session->list(url.path, listing).code != SUCCESS) {
     top = must_look_up(*session, url.path);
-    if (top.directory && list_directory(*session, top, listing)) top.directory = true;
+    if (top.directory) (void)list_directory(*session, top, listing);
   }
   if (top.directory) {
-    lister.directory(top, listing, url.path, context.arguments.recursive);
+    lister.directory(listing, url.path, context.arguments.recursive);
   } else {
     lister.entry(top);
   }
@@ -142,7 +141,7 @@ ExitCode run_ls(Context& context) {
 ExitCode run_stat(Context& context) {
   RemoteUrl url = parse_remote_url(context.arguments.operands.at(0));
   const auto session = open_session(context, url);
-  RemoteEntry entry = must_look_up(*session, url.path);
+  Entry entry = must_look_up(*session, url.path);
   if (!entry.directory) {
     entry = exact_file(*session, entry);
   } else if (!is_root(url.path)) {

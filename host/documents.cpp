@@ -41,6 +41,7 @@ std::string json_text(const Json::Value& value) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "  ";
   builder["emitUTF8"] = true;
+  builder["precision"] = 6;
   return Json::writeString(builder, value) + "\n";
 }
 

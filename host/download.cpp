@@ -14,12 +14,12 @@
 namespace ftp_host {
 namespace {
 
-std::string identity_of(const Session& session, const RemoteEntry& entry) {
+std::string identity_of(const Session& session, const Entry& entry) {
   return fmt::format("{}{} {} {}", session.url().root(), entry.id, entry.size, entry.time.value_or(-1));
 }
 
 /// How much of the partial file can be continued.
-std::int64_t usable_part(const FileHandle& file, const RemoteEntry& entry, bool resume) {
+std::int64_t usable_part(const FileHandle& file, const Entry& entry, bool resume) {
   struct stat status {};
   if (!resume || !entry.time || entry.size < 0 || fstat(file.get(), &status) != 0) return 0;
   return status.st_size <= entry.size ? status.st_size : 0;
@@ -46,7 +46,7 @@ class DropWhenEmpty {
   const std::string& name_;
 };
 
-void settle(const FileHandle& file, const RemoteEntry& entry, const std::string& path) {
+void settle(const FileHandle& file, const Entry& entry, const std::string& path) {
   // Complete on the disk before it gets its name: with its size and time it would count as equal for ever.
   if (fsync(file.get()) != 0) throw local_failure(path, errno);
   if (!entry.time) return;
@@ -56,12 +56,12 @@ void settle(const FileHandle& file, const RemoteEntry& entry, const std::string&
 
 }  // namespace
 
-bool same_file(const LocalEntry& local, const RemoteEntry& entry) {
+bool same_file(const LocalEntry& local, const Entry& entry) {
   return local.kind == LocalEntry::Kind::file && entry.time && local.size == entry.size &&
          local.time == *entry.time;
 }
 
-DownloadResult download_file(Session& session, Progress& progress, const RemoteEntry& entry,
+DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
                              const LocalDirectory& directory, const std::string& name, bool resume) {
   const std::string path = directory.path_of(name);
   if (const auto there = directory.find(name); there && there->kind == LocalEntry::Kind::directory) {

@@ -16,10 +16,10 @@ struct DownloadResult {
 /// exact_file. With `resume`, what an interrupted run left of the same size and time is continued. When it
 /// does not end well, the temporary file stays for a later run; the file `name` is complete at every moment,
 /// old or new.
-DownloadResult download_file(Session& session, Progress& progress, const RemoteEntry& entry,
+DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
                              const LocalDirectory& directory, const std::string& name, bool resume);
 
 /// Whether `local` is the file that `entry` describes: same size and same time.
-[[nodiscard]] bool same_file(const LocalEntry& local, const RemoteEntry& entry);
+[[nodiscard]] bool same_file(const LocalEntry& local, const Entry& entry);
 
 }  // namespace ftp_host

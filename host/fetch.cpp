@@ -16,20 +16,16 @@ constexpr std::int64_t kProbe = std::int64_t{8} << 20;
 /// away.
 constexpr std::int64_t kBlock = 65536;
 
-std::string url_text(const Session& session, const RemoteEntry& entry) {
-  return session.url().root() + entry.id;
-}
-
 /// A file whose size nobody knows: long ranges until one comes short, then ever shorter ones for the rest,
 /// which is delivered only by a range that does not reach beyond the end.
-std::int64_t fetch_unknown(Session& session, const RemoteEntry& entry, std::int64_t offset,
+std::int64_t fetch_unknown(Session& session, const Entry& entry, std::int64_t offset,
                            const BlockWriter& writer) {
   const std::int64_t begin = offset;
   std::int64_t length = kProbe;
   while (length > 0) {
     std::int64_t received = 0;
     const Outcome outcome = session.read(entry.id, offset, length, writer, received);
-    if (outcome.code != SUCCESS) throw session.failure(url_text(session, entry), outcome);
+    if (outcome.code != SUCCESS) throw session.failure(session.url_of(entry.id), outcome);
     offset += received;
     if (received < length) length = length == kProbe ? kBlock / 2 : length / 2;
   }
@@ -38,7 +34,7 @@ std::int64_t fetch_unknown(Session& session, const RemoteEntry& entry, std::int6
 
 }  // namespace
 
-std::int64_t fetch(Session& session, const RemoteEntry& entry, std::int64_t offset, std::int64_t length,
+std::int64_t fetch(Session& session, const Entry& entry, std::int64_t offset, std::int64_t length,
                    const BlockWriter& writer) {
   if (entry.size < 0 && length < 0) return fetch_unknown(session, entry, offset, writer);
   const std::int64_t end = length < 0       ? entry.size
@@ -59,16 +55,16 @@ std::int64_t fetch(Session& session, const RemoteEntry& entry, std::int64_t offs
     if (refused) return offset - begin;
     if (offset >= end) break;
     if (received == 0 && ++fruitless >= kFruitlessRuns) {
-      if (outcome.code != SUCCESS) throw session.failure(url_text(session, entry), outcome);
+      if (outcome.code != SUCCESS) throw session.failure(session.url_of(entry.id), outcome);
       throw Failure{ExitCode::other,
-                    fmt::format("{}: ended after {} of {} bytes: {}", url_text(session, entry), offset, end,
+                    fmt::format("{}: ended after {} of {} bytes: {}", session.url_of(entry.id), offset, end,
                                 code_text(session.module(), FILE_READ_FAILED))};
     }
     if (entry.size < 0) continue;
-    RemoteEntry now = exact_file(session, entry);
+    Entry now = exact_file(session, entry);
     if (now.size != entry.size || now.time != entry.time) {
       throw Failure{ExitCode::other,
-                    fmt::format("{}: changed on the server while it was read: {}", url_text(session, entry),
+                    fmt::format("{}: changed on the server while it was read: {}", session.url_of(entry.id),
                                 code_text(session.module(), FILE_READ_FAILED))};
     }
   }

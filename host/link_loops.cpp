@@ -14,7 +14,7 @@ constexpr std::size_t kDeepest = 200;
 std::string fingerprint(const Listing& listing) {
   std::string text;
   bool directory = false;
-  for (const RemoteEntry& entry : listing.entries) {
+  for (const Entry& entry : listing.entries) {
     directory = directory || entry.directory;
     text += fmt::format("{}/{}/{}/{}\n", entry.name, entry.directory, entry.size, entry.time.value_or(-1));
   }

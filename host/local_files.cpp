@@ -133,9 +133,19 @@ void LocalDirectory::remove_temporaries(const std::string& name, const std::stri
   for (const LocalEntry& entry : list()) {
     const bool ours = name.empty() ? is_temporary_name(entry.name) : is_temporary_name_of(entry.name, name);
     if (!ours || entry.kind != LocalEntry::Kind::file || entry.name == keep) continue;
-    const FileHandle opened{openat(file(), entry.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)};
-    if (opened && flock(opened.get(), LOCK_EX | LOCK_NB) == 0) remove_file(entry.name);
+    remove_temporary(entry.name);
   }
+}
+
+void LocalDirectory::remove_temporary(const std::string& name) const {
+  const FileHandle opened{openat(file(), name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)};
+  if (opened && flock(opened.get(), LOCK_EX | LOCK_NB) == 0) remove_file(name);
+}
+
+LocalDirectory LocalDirectory::again() const {
+  FileHandle opened{openat(file(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+  if (!opened) throw local_failure(path_, errno);
+  return LocalDirectory{std::move(opened), path_};
 }
 
 std::optional<LocalEntry> find_local(const std::string& path) {

@@ -58,6 +58,10 @@ class LocalDirectory {
   /// Removes what interrupted runs left for the file `name`, except the temporary file `keep`, and for every
   /// file when `name` is empty. A temporary file that another run has locked stays.
   void remove_temporaries(const std::string& name, const std::string& keep) const;
+  /// Removes the temporary file `name`, unless another run has locked it.
+  void remove_temporary(const std::string& name) const;
+  /// The same directory, opened once more.
+  [[nodiscard]] LocalDirectory again() const;
 
   [[nodiscard]] const std::string& path() const noexcept { return path_; }
   /// For messages.

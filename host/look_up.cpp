@@ -5,10 +5,8 @@
 namespace ftp_host {
 namespace {
 
-std::string url_text(const Session& session, const std::string& id) { return session.url().root() + id; }
-
-RemoteEntry directory_entry(const std::string& id) {
-  RemoteEntry entry;
+Entry directory_entry(const std::string& id) {
+  Entry entry;
   entry.name = leaf_name(id);
   entry.id = id;
   entry.directory = true;
@@ -16,8 +14,8 @@ RemoteEntry directory_entry(const std::string& id) {
 }
 
 /// Asks for `id` itself, without the help of its parent.
-std::optional<RemoteEntry> ask_directly(Session& session, const std::string& id, Outcome& last) {
-  RemoteEntry entry;
+std::optional<Entry> ask_directly(Session& session, const std::string& id, Outcome& last) {
+  Entry entry;
   if (session.file_info(id, entry).code == SUCCESS) return entry;
   Listing listing;
   last = session.list(id, listing);
@@ -27,11 +25,11 @@ std::optional<RemoteEntry> ask_directly(Session& session, const std::string& id,
 
 }  // namespace
 
-std::optional<RemoteEntry> look_up(Session& session, const std::string& id) {
+std::optional<Entry> look_up(Session& session, const std::string& id) {
   if (is_root(id)) {
     Listing listing;
     const Outcome outcome = session.list(id, listing);
-    if (outcome.code != SUCCESS) throw session.failure(url_text(session, id), outcome);
+    if (outcome.code != SUCCESS) throw session.failure(session.url_of(id), outcome);
     return directory_entry(id);
   }
   const std::string parent = parent_path(id);
@@ -39,9 +37,8 @@ std::optional<RemoteEntry> look_up(Session& session, const std::string& id) {
   Listing listing;
   Outcome outcome = session.list(parent, listing);
   if (outcome.code == SUCCESS) {
-    const auto found =
-        std::find_if(listing.entries.begin(), listing.entries.end(),
-                     [&](const RemoteEntry& entry) { return entry.name == leaf || entry.id == id; });
+    const auto found = std::find_if(listing.entries.begin(), listing.entries.end(),
+                                    [&](const Entry& entry) { return entry.name == leaf || entry.id == id; });
     if (found != listing.entries.end()) return *found;
     // Some servers leave names with a leading dot out of their listings.
     if (leaf.starts_with('.')) return ask_directly(session, id, outcome);
@@ -50,30 +47,30 @@ std::optional<RemoteEntry> look_up(Session& session, const std::string& id) {
   if (auto entry = ask_directly(session, id, outcome)) return entry;
   // A parent that does not exist either explains it; a parent that cannot be read explains nothing.
   if (!is_root(parent) && !look_up(session, parent)) return std::nullopt;
-  throw session.failure(url_text(session, id), outcome);
+  throw session.failure(session.url_of(id), outcome);
 }
 
-RemoteEntry must_look_up(Session& session, const std::string& id) {
+Entry must_look_up(Session& session, const std::string& id) {
   if (auto entry = look_up(session, id)) return *entry;
   throw Failure{ExitCode::not_found,
-                url_text(session, id) + ": not found: " + code_text(session.module(), FILE_NOT_FOUND)};
+                session.url_of(id) + ": not found: " + code_text(session.module(), FILE_NOT_FOUND)};
 }
 
-RemoteEntry exact_file(Session& session, const RemoteEntry& entry) {
-  RemoteEntry exact;
+Entry exact_file(Session& session, const Entry& entry) {
+  Entry exact;
   const Outcome outcome = session.file_info(entry.id, exact);
-  if (outcome.code != SUCCESS) throw session.failure(url_text(session, entry.id), outcome);
+  if (outcome.code != SUCCESS) throw session.failure(session.url_of(entry.id), outcome);
   exact.name = entry.name;
   if (!exact.time) exact.time = entry.time;
   return exact;
 }
 
-bool list_directory(Session& session, RemoteEntry& entry, Listing& listing) {
+bool list_directory(Session& session, Entry& entry, Listing& listing) {
   const Outcome outcome = session.list(entry.id, listing);
   if (outcome.code == SUCCESS) return true;
-  RemoteEntry file;
+  Entry file;
   if (session.file_info(entry.id, file).code != SUCCESS || file.directory) {
-    throw session.failure(url_text(session, entry.id), outcome);
+    throw session.failure(session.url_of(entry.id), outcome);
   }
   file.name = entry.name;
   entry = file;

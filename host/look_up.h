@@ -9,17 +9,17 @@
 namespace ftp_host {
 
 /// What `id` names; none when it does not exist. Throws a Failure when the server does not let us find out.
-[[nodiscard]] std::optional<RemoteEntry> look_up(Session& session, const std::string& id);
+[[nodiscard]] std::optional<Entry> look_up(Session& session, const std::string& id);
 
 /// As look_up, but a missing name is a Failure (not found).
-[[nodiscard]] RemoteEntry must_look_up(Session& session, const std::string& id);
+[[nodiscard]] Entry must_look_up(Session& session, const std::string& id);
 
 /// Size and time of the file `entry`, from the server and not from a listing: a listing rounds times, and
 /// tells a link's own size. Throws a Failure.
-[[nodiscard]] RemoteEntry exact_file(Session& session, const RemoteEntry& entry);
+[[nodiscard]] Entry exact_file(Session& session, const Entry& entry);
 
 /// Lists `entry`, which a listing calls a directory. FTP servers list links among the directories: false when
 /// it turns out to be a file, whose size and time are then in `entry`. Throws a Failure.
-[[nodiscard]] bool list_directory(Session& session, RemoteEntry& entry, Listing& listing);
+[[nodiscard]] bool list_directory(Session& session, Entry& entry, Listing& listing);
 
 }  // namespace ftp_host

@@ -6,8 +6,10 @@
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "host/failure.h"
@@ -52,27 +54,36 @@ spdlog::level::level_enum spdlog_level(LOGLEVEL level) {
   }
 }
 
+/// The transport's talk about connections and steps explains no failure.
+bool explains(const std::string& text) {
+  constexpr const char* kTalk[] = {
+      "Closing connection", "Connection #", "Hostname",         "Found bundle",
+      "Remembering we",     "ftp_perform",  "Request has same", "Re-using existing",
+      "Entry path",         "Maxdownload",  "Getting file",     "Connect data stream",
+      "Connecting to",      "Connected to", "  Trying",         "We are completely",
+      "Uploaded",           "Using ",       "Shutting down"};
+  return !text.empty() && std::none_of(std::begin(kTalk), std::end(kTalk),
+                                       [&](const char* talk) { return text.starts_with(talk); });
+}
+
 }  // namespace
 
 std::string OperationLog::explanation() const {
   // A refusal by the server says more than what the transport made of it.
-  if (!last_reply.empty() && (last_reply.front() == '4' || last_reply.front() == '5')) return last_reply;
-  return last_information;
+  return last_refusal.empty() ? last_information : last_refusal;
 }
 
 void note_log_line(OperationLog& log, std::string_view line) {
   if (line.starts_with(kReply)) {
-    log.last_reply = redact(line.substr(kReply.size()));
-    trim_end(log.last_reply);
     log.server_spoke = true;
+    std::string text = redact(line.substr(kReply.size()));
+    trim_end(text);
+    if (text.starts_with('4') || text.starts_with('5')) log.last_refusal = std::move(text);
   } else if (line.starts_with(kInformation)) {
-    std::string text{line.substr(kInformation.size())};
+    std::string text = redact(line.substr(kInformation.size()));
     trim_end(text);
     if (text.starts_with("Connected to ")) log.server_spoke = true;
-    // Talk about connections that stay or go explains nothing.
-    const bool housekeeping = text.starts_with("Closing connection") || text.starts_with("Connection #") ||
-                              text.starts_with("Hostname") || text.starts_with("Found bundle");
-    if (!housekeeping && !text.empty()) log.last_information = redact(text);
+    if (explains(text)) log.last_information = std::move(text);
   }
 }
 

@@ -14,7 +14,7 @@ namespace ftp_host {
 
 /// What the plug-in logged during one operation, as far as it explains a failure.
 struct OperationLog {
-  std::string last_reply;        ///< the last line that the server sent
+  std::string last_refusal;      ///< the last reply of the server that refused something
   std::string last_information;  ///< the transport's last informational line
   bool server_spoke = false;     ///< a reply came, or at least a connection stood
 

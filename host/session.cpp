@@ -16,11 +16,24 @@ namespace {
 
 constexpr std::chrono::seconds kGoodbye{3};
 
+/// The directory as a listing is asked for. On FTP the plug-in makes "/" of the login directory's own path,
+/// which MLSD takes for the server's root; with the dot it stays relative like every path below it.
+std::string listed_path(const std::string& id) { return id == "/" ? "/." : id; }
+
+/// A directory as the operations take it that put a slash and a name behind it: the slash alone would lead
+/// from the login directory to the server's root.
+std::string parent_argument(const std::string& id) { return is_root(id) ? id.substr(1) : id; }
+
+void fill_entry(Entry& entry, const _FS_FILE_V2& record) {
+  entry.directory = (record.attr & FS_ATTR_DIRECTORY) != 0;
+  entry.size = entry.directory ? 0 : record.size;
+  entry.time = parse_record_time(record.modify_time);
+}
+
 /// The entry's own name in the server's bytes: the part of its id behind the directory's. A name that holds a
 /// slash shows here, too, and is refused with it.
 std::string raw_name(const std::string& directory, const _FS_FILE_V2& record) {
-  const bool top = directory.empty() || directory == "/";
-  const std::string prefix = top ? "/" : directory + "/";
+  const std::string prefix = listed_path(directory) + "/";
   return record.id.starts_with(prefix) ? record.id.substr(prefix.size()) : record.name;
 }
 
@@ -44,16 +57,14 @@ Listing make_listing(const std::string& id, const std::vector<_FS_FILE_V2>& reco
       continue;
     }
     if (!seen.insert(record.name).second) continue;
-    RemoteEntry entry;
+    Entry entry;
     entry.name = record.name;
     entry.id = join_path(id, raw);
-    entry.directory = (record.attr & FS_ATTR_DIRECTORY) != 0;
-    entry.size = entry.directory ? 0 : record.size;
-    entry.time = parse_record_time(record.modify_time);
+    fill_entry(entry, record);
     listing.entries.push_back(std::move(entry));
   }
   std::sort(listing.entries.begin(), listing.entries.end(),
-            [](const RemoteEntry& a, const RemoteEntry& b) { return a.name < b.name; });
+            [](const Entry& a, const Entry& b) { return a.name < b.name; });
   return listing;
 }
 
@@ -115,30 +126,29 @@ Failure Session::failure(const std::string& what, const Outcome& outcome, ExitCo
       code, fmt::format("{}: {}{}{}", what, code_text(module_, outcome.code), why.empty() ? "" : ": ", why)};
 }
 
-std::string Session::url_of(const std::string& id) const { return url_.root() + id; }
-
 Outcome Session::list(const std::string& id, Listing& listing) {
   LifeSign life;
   std::vector<_FS_FILE_V2> records;
+  const std::string path = listed_path(id);
   EntryCollector collector{records, life};
-  Outcome outcome = operations_.run("listing of " + url_of(id), life,
-                                    [&] { return protocol_->GetFileList(id.c_str(), &collector, nullptr); });
+  Outcome outcome = operations_.run("listing of " + url_of(id), life, [&] {
+    return protocol_->GetFileList(path.c_str(), &collector, nullptr);
+  });
   if (outcome.code == SUCCESS) listing = make_listing(id, records);
   return outcome;
 }
 
-Outcome Session::file_info(const std::string& id, RemoteEntry& entry) {
+Outcome Session::file_info(const std::string& id, Entry& entry) {
   LifeSign life;
   _FS_FILE_V2 record;
   record.attr = FS_ATTR_FILE;
   Outcome outcome = operations_.run("look-up of " + url_of(id), life,
                                     [&] { return protocol_->GetFileInfo(id.c_str(), &record, nullptr); });
   if (outcome.code == SUCCESS) {
+    entry = Entry{};
     entry.name = leaf_name(id);
     entry.id = id;
-    entry.directory = (record.attr & FS_ATTR_DIRECTORY) != 0;
-    entry.size = entry.directory ? 0 : record.size;
-    entry.time = parse_record_time(record.modify_time);
+    fill_entry(entry, record);
   }
   return outcome;
 }
@@ -156,6 +166,80 @@ Outcome Session::read(const std::string& id, std::int64_t offset, std::int64_t l
   } keep{sink, received};
   return operations_.run("download of " + url_of(id), life,
                          [&] { return protocol_->Read(id.c_str(), offset, length, handle, &sink, nullptr); });
+}
+
+Outcome Session::upload(const std::string& directory, const std::string& name, std::int64_t size,
+                        BlockReader reader, Entry& stored) {
+  LifeSign life;
+  const std::shared_ptr<_FS_HANDLE> handle = operations_.cancellation().new_handle();
+  UploadSource source{std::move(reader), life};
+  _FS_FILE_V2 record;
+  record.name = name;
+  record.size = size;
+  record.attr = FS_ATTR_FILE;
+  const std::string parent = parent_argument(directory);
+  Outcome outcome = operations_.run("upload of " + url_of(join_path(directory, name)), life, [&] {
+    return protocol_->Upload(parent.c_str(), handle, &source, &record, UPLOAD_FLAG_NONE, nullptr);
+  });
+  if (outcome.code == SUCCESS) {
+    stored.name = name;
+    stored.id = join_path(directory, leaf_name(record.id));  // the name in the server's bytes
+    fill_entry(stored, record);
+  }
+  return outcome;
+}
+
+Outcome Session::make_directory(const std::string& directory, const std::string& name, Entry& made) {
+  LifeSign life;
+  _FS_FILE_V2 record;
+  record.name = name;
+  const std::string parent = parent_argument(directory);
+  char* message = nullptr;
+  Outcome outcome = operations_.run("making " + url_of(join_path(directory, name)), life, [&] {
+    return protocol_->CreateDirectory(parent.c_str(), &record, &message);
+  });
+  if (outcome.code == SUCCESS) {
+    made.name = name;
+    made.id = join_path(directory, leaf_name(record.id));
+    made.directory = true;
+  }
+  return outcome;
+}
+
+Outcome Session::remove_file(const std::string& id) {
+  LifeSign life;
+  return operations_.run("removal of " + url_of(id), life,
+                         [&] { return protocol_->Delete(id.c_str(), nullptr); });
+}
+
+Outcome Session::remove_directory(const std::string& id) {
+  LifeSign life;
+  return operations_.run("removal of " + url_of(id), life,
+                         [&] { return protocol_->DeleteDirectory(id.c_str(), nullptr); });
+}
+
+Outcome Session::move(const std::string& id, const std::string& directory, const std::string& name,
+                      bool is_directory) {
+  LifeSign life;
+  _FS_FILE_V2 record;
+  record.name = name;
+  record.attr = is_directory ? FS_ATTR_DIRECTORY : FS_ATTR_FILE;
+  const std::string parent = parent_argument(directory);
+  char* message = nullptr;
+  return operations_.run("move of " + url_of(id), life, [&] {
+    if (is_directory) return protocol_->MoveDir(id.c_str(), parent.c_str(), &record, &message);
+    if (parent_path(id) == directory) return protocol_->Rename(id.c_str(), parent.c_str(), &record, &message);
+    return protocol_->Move(id.c_str(), parent.c_str(), &record, &message);
+  });
+}
+
+Outcome Session::set_time(const std::string& id, std::time_t time) {
+  LifeSign life;
+  _FS_FILE_V2 record;
+  const std::string text = record_time(time);
+  return operations_.run("time of " + url_of(id), life, [&] {
+    return protocol_->SetFileTime(id.c_str(), text, text, text, &record, nullptr);
+  });
 }
 
 bool Session::sets_times() const {

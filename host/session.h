@@ -16,11 +16,14 @@
 
 namespace ftp_host {
 
-/// One remote file or directory.
-struct RemoteEntry {
+/// One file or directory.
+struct Entry {
   std::string name;  ///< as shown and stored locally, UTF-8
-  std::string id;  ///< remote path that the plug-in is given; its last component is in the server's own bytes
+  /// Remote: the path that the plug-in is given, its last component in the server's own bytes. Local: the
+  /// path below the top of the tree.
+  std::string id;
   bool directory = false;
+  bool special = false;             ///< local only: neither file nor directory, such as a link
   std::int64_t size = 0;            ///< files only; -1 when the server does not tell
   std::optional<std::time_t> time;  ///< last modification
 };
@@ -28,11 +31,11 @@ struct RemoteEntry {
 /// Entries whose names can be used, each name once and in byte order; `hostile` counts those that were
 /// dropped although they are not "." or "..".
 struct Listing {
-  std::vector<RemoteEntry> entries;
+  std::vector<Entry> entries;
   std::size_t hostile = 0;
 };
 
-/// The records of the directory `id`, as the plug-in delivered them, as a listing.
+/// The records that the plug-in delivered for the directory `id`, as a listing.
 [[nodiscard]] Listing make_listing(const std::string& id, const std::vector<_FS_FILE_V2>& records);
 
 /// File operations may run on several threads at once. Every operation answers the plug-in's code, and throws
@@ -47,14 +50,28 @@ class Session {
 
   [[nodiscard]] Outcome list(const std::string& id, Listing& listing);
   /// Size and time of a file. `entry` is changed only on success; its name and id become those of `id`.
-  [[nodiscard]] Outcome file_info(const std::string& id, RemoteEntry& entry);
+  [[nodiscard]] Outcome file_info(const std::string& id, Entry& entry);
   /// One range. `received` becomes the number of bytes that `writer` took, also after a failure.
   [[nodiscard]] Outcome read(const std::string& id, std::int64_t offset, std::int64_t length,
                              BlockWriter writer, std::int64_t& received);
 
+  /// Stores `size` bytes from `reader` as `name` in `directory`; `stored` is what the server then says of it.
+  [[nodiscard]] Outcome upload(const std::string& directory, const std::string& name, std::int64_t size,
+                               BlockReader reader, Entry& stored);
+  /// `made` becomes the new directory, also where the server refuses because it is there.
+  [[nodiscard]] Outcome make_directory(const std::string& directory, const std::string& name, Entry& made);
+  [[nodiscard]] Outcome remove_file(const std::string& id);
+  [[nodiscard]] Outcome remove_directory(const std::string& id);
+  /// `id` becomes `name` in `directory`.
+  [[nodiscard]] Outcome move(const std::string& id, const std::string& directory, const std::string& name,
+                             bool is_directory);
+  [[nodiscard]] Outcome set_time(const std::string& id, std::time_t time);
+
   /// Whether the server takes modification times.
   [[nodiscard]] bool sets_times() const;
   [[nodiscard]] const RemoteUrl& url() const noexcept { return url_; }
+  /// For messages: the URL of `id`.
+  [[nodiscard]] std::string url_of(const std::string& id) const { return url_.root() + id; }
   [[nodiscard]] Operations& operations() const noexcept { return operations_; }
   [[nodiscard]] const Module& module() const noexcept { return module_; }
 
@@ -64,7 +81,6 @@ class Session {
 
  private:
   void connect(const ConnectOptions& options);
-  [[nodiscard]] std::string url_of(const std::string& id) const;
 
   const Module& module_;
   Operations& operations_;

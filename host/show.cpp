@@ -7,13 +7,13 @@
 
 namespace ftp_host {
 
-std::string long_prefix(const RemoteEntry& entry) {
+std::string long_prefix(const Entry& entry) {
   const std::string size = entry.directory ? "-" : entry.size < 0 ? "?" : std::to_string(entry.size);
   const std::string time = entry.time ? local_time_text(*entry.time) : "?";
   return fmt::format("{} {:>14}  {:<19}  ", entry.directory ? 'd' : '-', size, time);
 }
 
-Json::Value entry_json(const RemoteEntry& entry) {
+Json::Value entry_json(const Entry& entry) {
   Json::Value value{Json::objectValue};
   value["name"] = make_valid_utf8(entry.name);
   value["path"] = make_valid_utf8(entry.id);

@@ -11,9 +11,9 @@ namespace ftp_host {
 
 /// "-       12345  2024-03-05 07:08:09  " in front of a name: kind, size and local time; "?" for what is
 /// unknown.
-[[nodiscard]] std::string long_prefix(const RemoteEntry& entry);
+[[nodiscard]] std::string long_prefix(const Entry& entry);
 /// {"name", "path", "type": "file" or "directory", "size" (files), "modified" (UTC)}; unknown values are
 /// null.
-[[nodiscard]] Json::Value entry_json(const RemoteEntry& entry);
+[[nodiscard]] Json::Value entry_json(const Entry& entry);
 
 }  // namespace ftp_host

@@ -32,16 +32,31 @@ TEST(Arguments, GetTakesUrlAndTarget) {
   EXPECT_TRUE(parsed.arguments->resume);
 }
 
+TEST(Arguments, SyncTakesPatternsWithoutSwallowingItsOperands) {
+  const Parsed parsed = parse({"sync", "--exclude", "*.o", "--exclude", "b/", "--include", "*.c", "here",
+                               "ftp://h/there", "--delete", "-n", "--parallel", "4"});
+  ASSERT_TRUE(parsed.arguments) << parsed.text;
+  EXPECT_EQ(parsed.arguments->excludes, (std::vector<std::string>{"*.o", "b/"}));
+  EXPECT_EQ(parsed.arguments->includes, std::vector<std::string>{"*.c"});
+  EXPECT_EQ(parsed.arguments->operands, (std::vector<std::string>{"here", "ftp://h/there"}));
+  EXPECT_TRUE(parsed.arguments->remove);
+  EXPECT_TRUE(parsed.arguments->dry_run);
+  EXPECT_EQ(parsed.arguments->parallel, 4u);
+}
+
 TEST(Arguments, MistakesAreUsage) {
-  for (const auto& words : std::vector<std::vector<const char*>>{{},
-                                                                 {"fly"},
-                                                                 {"ls"},
-                                                                 {"ls", "--nonsense", "ftp://h"},
-                                                                 {"cat", "--range", "x", "ftp://h/f"},
-                                                                 {"ls", "--timeout", "-1", "ftp://h"},
-                                                                 {"ls", "--charset", "latin1", "ftp://h"},
-                                                                 {"ls", "--proxy", "nonsense", "ftp://h"},
-                                                                 {"ls", "ftp://h", "extra"}}) {
+  for (const auto& words :
+       std::vector<std::vector<const char*>>{{},
+                                             {"fly"},
+                                             {"ls"},
+                                             {"ls", "--nonsense", "ftp://h"},
+                                             {"cat", "--range", "x", "ftp://h/f"},
+                                             {"ls", "--timeout", "-1", "ftp://h"},
+                                             {"ls", "--charset", "latin1", "ftp://h"},
+                                             {"ls", "--proxy", "nonsense", "ftp://h"},
+                                             {"ls", "ftp://h", "extra"},
+                                             {"mv", "ftp://h/a"},
+                                             {"sync", "--parallel", "0", "a", "ftp://h"}}) {
     const Parsed parsed = parse(words);
     EXPECT_FALSE(parsed.arguments) << (words.empty() ? "nothing" : words.back());
     EXPECT_EQ(parsed.exit_code, static_cast<int>(ExitCode::usage));

@@ -39,11 +39,11 @@ TEST(Listing, DropsHostileNamesAndCountsThem) {
 }
 
 TEST(Listing, DropsANameWhoseConvertedFormIsHostile) {
-  EXPECT_EQ(make_listing("/", {record("/raw", "..")}).entries.size(), 0u);
+  EXPECT_EQ(make_listing("/", {record("/./raw", "..")}).entries.size(), 0u);
 }
 
 TEST(Listing, TakesARepeatedNameOnce) {
-  EXPECT_EQ(make_listing("/", {record("/a", "a"), record("/a", "a")}).entries.size(), 1u);
+  EXPECT_EQ(make_listing("/", {record("/./a", "a"), record("/./a", "a")}).entries.size(), 1u);
 }
 
 TEST(Listing, AddressesAnEntryByTheServersBytes) {
@@ -53,13 +53,17 @@ TEST(Listing, AddressesAnEntryByTheServersBytes) {
   EXPECT_EQ(listing.entries[0].name, "caf\xC3\xA9");
 }
 
+TEST(Listing, AddressesTheLoginDirectoryWithoutItsDot) {
+  EXPECT_EQ(make_listing("/", {record("/./a", "a")}).entries.at(0).id, "/a");
+}
+
 TEST(Listing, KeepsAbsolutePathsAbsolute) {
   EXPECT_EQ(make_listing("//", {record("///a", "a")}).entries.at(0).id, "//a");
   EXPECT_EQ(make_listing("//etc", {record("//etc/a", "a")}).entries.at(0).id, "//etc/a");
 }
 
 TEST(WalkPath, NoticesALinkToADirectoryAbove) {
-  const Listing top = make_listing("/", {record("/loop", "loop", 2), record("/f", "f")});
+  const Listing top = make_listing("/", {record("/./loop", "loop", 2), record("/./f", "f")});
   const Listing again = make_listing("/loop", {record("/loop/loop", "loop", 2), record("/loop/f", "f")});
   WalkPath path;
   EXPECT_TRUE(path.enter(top));
@@ -70,7 +74,7 @@ TEST(WalkPath, NoticesALinkToADirectoryAbove) {
 
 TEST(WalkPath, LetsEqualDirectoriesWithoutSubdirectoriesPass) {
   WalkPath path;
-  EXPECT_TRUE(path.enter(make_listing("/", {record("/f", "f")})));
+  EXPECT_TRUE(path.enter(make_listing("/", {record("/./f", "f")})));
   EXPECT_TRUE(path.enter(make_listing("/d", {record("/d/f", "f")})));
   EXPECT_TRUE(path.enter({}));
   EXPECT_TRUE(path.enter({}));
@@ -84,6 +88,7 @@ TEST(OperationLog, ExplainsWithTheServersRefusal) {
   EXPECT_TRUE(log.server_spoke);
   note_log_line(log, "[NETWORK   ] [HEADER   >>] 530 Login incorrect.\r\n");
   note_log_line(log, "[NETWORK   ] [INFORMATION] Access denied: 530\n");
+  note_log_line(log, "[NETWORK   ] [HEADER   >>] 221 Goodbye.\r\n");
   EXPECT_EQ(log.explanation(), "530 Login incorrect.");
 }
 
