@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/unit/transport/curl_recorder.h"
 #include "transport/command_list.h"
 #include "transport/curl_callbacks.h"
 #include "transport/curl_global.h"
@@ -22,9 +23,10 @@
 
 #undef curl_easy_setopt
 
+thread_local std::vector<std::string>* ftp_plugin::option_record = nullptr;
+
 namespace {
 
-thread_local std::vector<std::string>* record = nullptr;
 thread_local bool out_of_memory = false;
 std::atomic<int> starts = 0;
 
@@ -70,7 +72,7 @@ extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
 #endif
   void* value = va_arg(arguments, void*);
   va_end(arguments);
-  if (record != nullptr) record->push_back(describe(option, value));
+  if (ftp_plugin::option_record != nullptr) ftp_plugin::option_record->push_back(describe(option, value));
   return real(handle, option, value);
 }
 
@@ -94,16 +96,6 @@ namespace ftp_plugin {
 namespace {
 
 using lines = std::vector<std::string>;
-
-/// The options that `action` sets.
-template <class Action>
-lines options_of(Action action) {
-  lines seen;
-  record = &seen;
-  action();
-  record = nullptr;
-  return seen;
-}
 
 TEST(Options, OfANewRequestComeInOrder) {
   EXPECT_EQ(
