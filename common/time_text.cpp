@@ -68,7 +68,7 @@ time_t local_offset(time_t seconds) noexcept {
 // The road to text leads through local time on purpose: where a clock is put back without a change of its
 // daylight-saving flag, mktime may choose the other one of the two instants with the same local time, and the
 // host compares our texts with those that it has stored. Pinned by
-// TimeToRFC3339.EqualsTheRoadThroughLocalTime.
+// TimeToRFC3339.TakesOneOfTheTwoInstantsOfARepeatedHourWithoutDaylightSaving.
 std::string seconds_to_text(time_t seconds) {
   tm bt{};
   localtime_r(&seconds, &bt);
