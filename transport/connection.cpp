@@ -130,6 +130,7 @@ void connection::quit() {
 
 void connection::close() {
   quit();
+  sftp_.close();
   if (curl_ != nullptr) curl_->Clear();
 }
 

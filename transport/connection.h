@@ -14,6 +14,7 @@
 #include "transport/perform.h"
 #include "transport/progress.h"
 #include "transport/settings.h"
+#include "transport/sftp_channel.h"
 
 namespace ftp_plugin {
 
@@ -48,6 +49,10 @@ class connection : pinned {
   /// quit, then the request object's Clear. The next request would log in again.
   void close();
 
+  /// What libcurl cannot ask an SFTP server: an SSH session of this connection's own, logged in at its first
+  /// request. Its results are libcurl codes; it neither needs nor changes the handle.
+  [[nodiscard]] sftp_channel& sftp() noexcept { return sftp_; }
+
   /// Makes the next request begin on a fresh control connection.
   void forget_control() noexcept;
 
@@ -58,6 +63,7 @@ class connection : pinned {
   [[nodiscard]] bool is_sftp() const { return setting_is(settings_, key::type, "sftp"); }
 
   settings_map settings_;
+  sftp_channel sftp_{settings_};
   progress_binding upload_progress_{};
   std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver
   std::shared_ptr<CURLLogger> curl_;

@@ -8,6 +8,14 @@ CURLcode sftp_channel::stat(const std::string& path, sftp_attributes& out) {
   return run([&] { return session_->stat(path, out); });
 }
 
+CURLcode sftp_channel::stat(const std::string& path,
+                            std::size_t (*deliver)(void*, std::size_t, std::size_t, void*), void* userdata) {
+  sftp_attributes got{};
+  const CURLcode code = stat(path, got);
+  if (code != CURLE_OK) return code;
+  return deliver(&got, 1, sizeof got, userdata) == sizeof got ? CURLE_OK : CURLE_WRITE_ERROR;
+}
+
 CURLcode sftp_channel::list(const std::string& path, byte_vector& body) {
   return run([&] {
     body.clear();

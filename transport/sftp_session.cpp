@@ -57,8 +57,13 @@ sftp_attributes to_attributes(const LIBSSH2_SFTP_ATTRIBUTES& got) noexcept {
   return {got.flags, got.filesize, got.uid, got.gid, got.permissions, got.atime, got.mtime};
 }
 
-/// The server takes an empty path for an error, not for the home directory.
-std::string server_path(const std::string& path) { return path.empty() ? "." : path; }
+/// The server starts relative paths at the home directory, but takes the empty one for an error. "~" is
+/// libcurl's way to write the home directory into a URL, and a server knows nothing of it.
+std::string server_path(std::string path) {
+  if (path == "/~") path.clear();
+  if (path.starts_with("/~/")) path.erase(0, 3);
+  return path.empty() ? "." : path;
+}
 
 }  // namespace
 

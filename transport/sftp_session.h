@@ -32,8 +32,8 @@ class sftp_session : pinned {
   /// Host keys are not checked.
   CURLcode open(const settings_map& settings);
 
-  /// Attributes of `path`, links followed. A path that does not begin with "/" starts at the home directory;
-  /// the empty one is the home directory.
+  /// Attributes of `path`, links followed. A path that does not begin with "/", and what follows "/~/",
+  /// start at the home directory; "" and "/~" are the home directory.
   CURLcode stat(const std::string& path, sftp_attributes& out);
 
   /// Appends the listing of directory `path` to `body`, see sftp_listing_line.h. On failure `body` holds a
