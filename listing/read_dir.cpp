@@ -9,6 +9,7 @@
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
 #include "transport/lease.h"
+#include "transport/retry.h"
 #include "transport/transfer.h"
 
 namespace ftp_plugin {
@@ -27,6 +28,23 @@ char* copy_to_text(byte_vector& bytes) {
 /// Whether `path` may stand in a raw command; CR or LF would end the command and begin another.
 bool is_one_line(std::string_view path) { return path.find_first_of("\r\n") == std::string_view::npos; }
 
+CURLcode list_mlsd(connection& con, const std::string& command, byte_vector& bytes) {
+  return transfer{con}
+      .set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr)
+      .write_to(&write_vector_char, &bytes)
+      .run();
+}
+
+CURLcode list_url(connection& con, std::string url, byte_vector& bytes) {
+  if (!url.ends_with('/')) url += '/';  // libcurl then lists the directory
+  return transfer{con}.keep(CURLOPT_URL, url.c_str()).write_to(&write_vector_char, &bytes).run();
+}
+
+/// libcurl's own listing would show times to the minute or the day, and no way to tell a name that holds `;`.
+CURLcode list_sftp(connection& con, const std::string& path, byte_vector& bytes) {
+  return run_with_retry([&] { return con.sftp().list(path, bytes); });
+}
+
 }  // namespace
 
 int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
@@ -37,7 +55,8 @@ int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
     return kFailed;
   };
   // Some servers read "[" as the beginning of a pattern, and only in MLSD.
-  *is_mlsd = connected_pool()->mlst() && std::string_view{text_or_empty(path)}.find('[') == std::string_view::npos;
+  *is_mlsd =
+      connected_pool()->mlst() && std::string_view{text_or_empty(path)}.find('[') == std::string_view::npos;
   const std::string command = string_format("MLSD %s", full_path("", path).c_str());
   if (*is_mlsd && !is_one_line(command)) return fail(CURLE_URL_MALFORMAT);
 
@@ -45,15 +64,9 @@ int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return kFailed;
   byte_vector bytes;
-  transfer request{con};
-  if (*is_mlsd) {
-    request.set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr);
-  } else {
-    std::string url = request_url(con, path);
-    if (!url.ends_with('/')) url += '/';  // libcurl then lists the directory
-    request.keep(CURLOPT_URL, url.c_str());
-  }
-  const CURLcode code = request.write_to(&write_vector_char, &bytes).run();
+  const CURLcode code = is_sftp()  ? list_sftp(con, full_path("", path), bytes)
+                        : *is_mlsd ? list_mlsd(con, command, bytes)
+                                   : list_url(con, request_url(con, path), bytes);
   if (code != CURLE_OK) return fail(code);
   *data = copy_to_text(bytes);
   borrowed.give_back();
