@@ -1,6 +1,7 @@
 #include <string>
 #include <utility>
 
+#include "fileops/command_texts.h"
 #include "fileops/result_codes.h"
 #include "fileops/upload_context.h"
 #include "plugin/log.h"
@@ -21,6 +22,16 @@ AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, IC
     if (message != nullptr) *message = nullptr;
     const std::string encoded = _encode(file->name, !connected_pool()->utf8());
     const std::string id = text_or_empty(path) + ("/" + encoded);
+    const auto fail = [&](CURLcode code) {
+      log_exec_error("Upload", encoded.c_str(), code);
+      return write_result(code);
+    };
+    // In a URL a line break ends no command, but libcurl refuses it on FTP only, and the refusal costs the
+    // connection. A double quote is harmless here.
+    if (const CURLcode code = check_command_text(full_path("", id.c_str()), false); code != CURLE_OK) {
+      return fail(code);
+    }
+
     lease borrowed{connected_pool()};
     connection& con = *borrowed;
     const std::string url = request_url(con, id.c_str());
@@ -45,10 +56,7 @@ AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, IC
             .set(CURLOPT_NOPROGRESS, 0L, 1L)
             .run();
     con.upload_progress() = {};  // the host's context may end with this call
-    if (code != CURLE_OK) {
-      log_exec_error("Upload", encoded.c_str(), code);
-      return write_result(code);
-    }
+    if (code != CURLE_OK) return fail(code);
     borrowed.give_back();
     file->attr = FS_ATTR_FILE;
     return GetFileInfo(id.c_str(), file, nullptr);
