@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -29,6 +30,7 @@
 namespace {
 
 constexpr std::chrono::seconds kGrace{3};
+constexpr int kGroupSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 // Kills descendants until none is left: the children of a killed child become ours.
 void kill_descendants() {
@@ -54,6 +56,10 @@ void remove_folder(const char* folder) {
   const int fd = open(log, O_RDWR | O_CREAT | O_APPEND, 0666);
   for (int target = 0; fd >= 0 && target < 3; ++target) dup2(fd, target);
   if (fd > 2) close(fd);
+  // Some daemons close every descriptor there might be, for each session anew; with a limit of a million that
+  // takes half a second.
+  const rlimit files{4096, 4096};
+  setrlimit(RLIMIT_NOFILE, &files);
   setsid();
   execv(arguments[0], arguments);
   std::fprintf(stderr, "%s: %s\n", arguments[0], std::strerror(errno));
@@ -68,8 +74,9 @@ int main(int count, char** arguments) {
     return 64;
   }
   prctl(PR_SET_CHILD_SUBREAPER, 1);
-  // A terminal's Ctrl-C reaches the asking program, whose end we see; it must not end us before.
-  signal(SIGINT, SIG_IGN);
+  // What ends a whole process group (Ctrl-C, a time limit) reaches the asking program too; its end is our
+  // sign, and we must still be there to see it.
+  for (const int number : kGroupSignals) signal(number, SIG_IGN);
   sigset_t children;
   sigemptyset(&children);
   sigaddset(&children, SIGCHLD);
@@ -78,7 +85,7 @@ int main(int count, char** arguments) {
   const pid_t daemon = fork();
   if (daemon < 0) return 71;
   if (daemon == 0) {
-    signal(SIGINT, SIG_DFL);
+    for (const int number : kGroupSignals) signal(number, SIG_DFL);
     become(arguments + 3, arguments[2]);
   }
 
