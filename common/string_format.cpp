@@ -10,8 +10,8 @@
 namespace ftp_plugin {
 
 std::string string_format(std::string format, ...) {
-  // Once the C library refuses even a buffer of this size its error is not one of room.
-  constexpr std::size_t kLargest = std::size_t{1} << 30;
+  // An error may mean a lack of room to some C libraries. One that persists with this much does not.
+  constexpr std::size_t kLargest = std::size_t{1} << 24;
 
   std::va_list arguments;
   va_start(arguments, format);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <new>
 #include <string>
 
 namespace ftp_plugin {
@@ -32,6 +33,11 @@ TEST(StringFormat, HoldsTextsOfEveryLengthAroundItsFirstBuffer) {
 TEST(StringFormat, HoldsATextOfManyMegabytes) {
   const std::string text(20'000'000, 't');
   EXPECT_EQ(string_format("%s", text.c_str()), text);
+}
+
+TEST(StringFormat, GivesUpOnWhatTheCLibraryRefuses) {
+  const wchar_t no_character[] = {static_cast<wchar_t>(0x7FFFFFFF), L'\0'};
+  EXPECT_THROW((void)string_format("%ls", no_character), std::bad_alloc);
 }
 
 TEST(StringFormat, EndsAtAZeroByteInTheText) {
