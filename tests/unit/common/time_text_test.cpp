@@ -18,8 +18,9 @@ namespace ftp_plugin {
 namespace {
 
 constexpr const char* kZones[] = {
-    "UTC",           "America/New_York",    "America/St_Johns", "Asia/Kolkata",  "Europe/London",
-    "Europe/Moscow", "Australia/Lord_Howe", "Africa/Monrovia",  "Asia/Shanghai", "Pacific/Apia",
+    "UTC",           "America/New_York", "America/St_Johns",    "Asia/Kolkata",
+    "Europe/London", "Europe/Moscow",    "Australia/Lord_Howe", "Africa/Monrovia",
+    "Asia/Shanghai", "Pacific/Apia",     "Pacific/Kwajalein",   "Africa/Freetown",
 };
 
 constexpr time_t kJan2020 = 1577836800;
@@ -55,6 +56,24 @@ TEST_P(InZone, SecondsTravelThroughLocalTimeToText) {
     const time_t seconds = any(random) * (n % 2 == 0 ? 1 : -1);
     ASSERT_EQ(TimeToRFC3339(seconds), literal_text(seconds)) << seconds;
   }
+}
+
+TEST_P(InZone, ClockChangesLeadThroughLocalTime) {
+  constexpr time_t kStep = 6 * 3600;
+  int changes = 0;
+  long offset = 0;
+  for (time_t seconds = -2147483648; seconds < 2147483648; seconds += kStep) {
+    tm local{};
+    localtime_r(&seconds, &local);
+    if (local.tm_gmtoff != offset) {
+      ++changes;
+      offset = local.tm_gmtoff;
+      for (time_t near = seconds - 5 * kStep; near < seconds + 5 * kStep; near += 599) {
+        ASSERT_EQ(TimeToRFC3339(near), literal_text(near)) << near;
+      }
+    }
+  }
+  EXPECT_EQ(changes > 0, std::string{GetParam()} != "UTC");
 }
 
 TEST_P(InZone, EveryHourOfTwoYearsIsItself) {
