@@ -1,5 +1,5 @@
 // Listing directories: which command, on which connection, and what reaches the host.
-#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -10,6 +10,7 @@
 namespace {
 
 using fakes::FileList;
+using fakes::FtpServer;
 using testing::AllOf;
 using testing::Contains;
 using testing::Each;
@@ -180,6 +181,14 @@ TEST_F(Listing, RemovesTheCarriageReturnOfALine) {
   EXPECT_THAT(list.names(), ElementsAre("crlf", "lf", "last"));
 }
 
+TEST_F(Listing, ASecondCarriageReturnMakesALineOfItsOwn) {
+  // libcurl turns the line ends of ASCII transfers into LF, a lone CR included.
+  server.set_mlsd("/docs", "type=file;size=1; twice\r\r\n");
+  connected();
+  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
+  EXPECT_THAT(list.names(), ElementsAre("twice", ""));
+}
+
 TEST_F(Listing, AnEmptyDirectoryIsAnEmptySuccess) {
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs/sub", &list, nullptr), SUCCESS);
@@ -300,6 +309,28 @@ TEST_F(Listing, AVxWorksServerIsRecognisedOnceAndForAll) {
   ASSERT_EQ(later.files().size(), 1u);
   EXPECT_EQ(later.files()[0].name, "file.txt");
   EXPECT_EQ(later.files()[0].size, 100);
+}
+
+/// Lists a directory in a process of its own, which an alarm ends after three seconds.
+void list_a_total_line() {
+  FtpServer server;
+  server.lacks("MLST");
+  server.set_list("/", "total 1\r\n-rw-r--r--   1 owner    group              11 Jan  2  2024 a.txt\r\n");
+  fakes::ScopedProtocol protocol;
+  FileList list;
+  if (protocol->Connect(nullptr, fakes::login_document(server.url()).c_str()) != SUCCESS) std::_Exit(1);
+  ::alarm(3);
+  if (protocol->GetFileList("/", &list, nullptr) != SUCCESS) std::_Exit(2);
+  std::_Exit(list.names() == std::vector<std::string>{"", "a.txt"} ? 0 : 3);
+}
+
+TEST(ListingDeathTest, AFirstLineWithTotalNeverReturnsUnlessTheHeaderScanIsBounded) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+#ifdef FTP_BOUNDED_HEADER_SCAN
+  EXPECT_EXIT(list_a_total_line(), testing::ExitedWithCode(0), "");
+#else
+  EXPECT_EXIT(list_a_total_line(), testing::KilledBySignal(SIGALRM), "");
+#endif
 }
 
 TEST_F(Listing, AnIdleConnectionThatTheServerClosedIsReplaced) {

@@ -275,6 +275,14 @@ TEST_F(Login, SeveralObjectsMayLogInAtOnceFromTheFirstMomentOn) {
   EXPECT_EQ(successes, kThreads);
 }
 
+TEST_F(Login, AProxyOfTypeNoneIsNoProxy) {
+  set_options({{"proxy_type", "None"}, {"proxy_host", "127.0.0.1"}, {"proxy_port", "1"}});
+  EXPECT_EQ(connect(), SUCCESS);
+  set_options({{"proxy_type", "SOCKS5"}, {"proxy_host", "127.0.0.1"}, {"proxy_port", "1"}});
+  EXPECT_NE(connect(), SUCCESS);
+  EXPECT_EQ(server.logins(), 1u);
+}
+
 /// Takes one HTTP request, keeps it and refuses it.
 class RefusingProxy {
  public:

@@ -1,17 +1,21 @@
 // Ranged downloads: the commands, the chunks, and what becomes of the connection.
 #include <chrono>
+#include <thread>
 
 #include "tests/wire/wire_fixture.h"
 
 namespace {
 
 using fakes::FetchSink;
+using fakes::Gate;
+using testing::AllOf;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Ge;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Le;
 using testing::Not;
 using testing::Pair;
 using testing::StartsWith;
@@ -127,6 +131,33 @@ TEST_F(Read, DropsTheConnectionWhenTheHostCancels) {
   EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] Read id: [/big.bin] , exec error: [23]"));
   EXPECT_TRUE(server.wait_until_idle());
   expect_fresh_login();
+}
+
+TEST_F(Read, ACancelFromAnotherThreadTakesEffectWithTheNextBytes) {
+  Gate gate;
+  server.on("RETR").hold_data_after(70000, gate);
+  connected();
+  AERROR result = SUCCESS;
+  std::thread reader{[&] { result = read("/big.bin", 0, 300000); }};
+  ASSERT_TRUE(gate.await_arrivals(1));
+  fakes::stop(*handle);
+  gate.open();
+  reader.join();
+  EXPECT_EQ(result, READ_CANCELED);
+  EXPECT_THAT(sink.chunks().size(), Le(1u));
+}
+
+TEST_F(Read, ATransferThatStandsStillForTwentySecondsIsGivenUp) {
+  Gate gate;
+  server.on("RETR").hold_data_after(70000, gate);
+  connected();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(read("/big.bin", 0, 300000), FILE_READ_FAILED);
+  const auto taken = std::chrono::steady_clock::now() - start;
+  gate.open();
+  EXPECT_THAT(taken, AllOf(Ge(std::chrono::seconds{19}), Le(std::chrono::seconds{40})));
+  EXPECT_THAT(sink.shape(), ElementsAre(Pair(0, 65536)));
+  EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] Read id: [/big.bin] , exec error: [28]"));
 }
 
 TEST_F(Read, AStoppedHandleReadsNothing) {
