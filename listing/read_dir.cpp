@@ -1,6 +1,3 @@
-#include <cstdlib>
-#include <cstring>
-#include <new>
 #include <string>
 #include <string_view>
 
@@ -14,16 +11,6 @@
 
 namespace ftp_plugin {
 namespace {
-
-/// The collected bytes as zero-terminated text from malloc; null for none.
-char* copy_to_text(byte_vector& bytes) {
-  if (bytes.empty()) return nullptr;
-  bytes.push_back('\0');
-  char* text = static_cast<char*>(std::malloc(bytes.size()));
-  if (text == nullptr) throw std::bad_alloc{};
-  std::memcpy(text, bytes.data(), bytes.size());
-  return text;
-}
 
 /// Whether `path` may stand in a raw command; CR or LF would end the command and begin another.
 bool is_one_line(std::string_view path) { return path.find_first_of("\r\n") == std::string_view::npos; }
@@ -68,7 +55,7 @@ int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
                         : *is_mlsd ? list_mlsd(con, command, bytes)
                                    : list_url(con, request_url(con, path), bytes);
   if (code != CURLE_OK) return fail(code);
-  *data = copy_to_text(bytes);
+  *data = bytes.release_text().release();
   borrowed.give_back();
   return kOk;
 }

@@ -131,9 +131,7 @@ std::optional<std::size_t> end_of_name_in_long_name(const sftp_entry& entry) noe
   return parsed->name_at + entry.name.size();
 }
 
-void append(byte_vector& listing, std::string_view text) {
-  listing.insert(listing.end(), text.begin(), text.end());
-}
+void append(byte_vector& listing, std::string_view text) { listing.append(text); }
 
 /// Everything up to the name. The parser replaces the day by the exact time behind the name.
 std::string columns_from_attributes(const sftp_entry& entry) {

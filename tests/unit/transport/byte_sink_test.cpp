@@ -32,5 +32,41 @@ TEST(ByteSink, NarrowsItsAnswerToThirtyTwoBits) {
   EXPECT_EQ(write_vector_char(data, 0, (std::size_t{1} << 32U) + 5, &bytes), 5U);
 }
 
+TEST(ByteSink, RefusesWhatNoMemoryCanHold) {
+  byte_vector bytes;
+  bytes.append("kept");
+  char data[] = "abc";
+  EXPECT_EQ(write_vector_char(data, 1, static_cast<std::size_t>(-1), &bytes), 0U);
+  EXPECT_EQ(text_of(bytes), "kept");
+}
+
+TEST(ByteVector, KeepsItsBytesWhileItGrows) {
+  byte_vector bytes;
+  std::string want;
+  for (std::size_t length = 0; length < 3000; ++length) {
+    const std::string piece(length, static_cast<char>('a' + length % 26));
+    bytes.append(piece);
+    want += piece;
+  }
+  EXPECT_EQ(text_of(bytes), want);
+  EXPECT_EQ(bytes.size(), want.size());
+}
+
+TEST(ByteVector, GivesItsBytesAwayAsText) {
+  byte_vector bytes;
+  bytes.append("ab");
+  bytes.push_back('c');
+  const malloc_block text = bytes.release_text();
+  EXPECT_STREQ(text.get(), "abc");
+  EXPECT_TRUE(bytes.empty());
+  bytes.append("next");
+  EXPECT_EQ(text_of(bytes), "next");
+}
+
+TEST(ByteVector, GivesNoTextAwayWithoutBytes) {
+  byte_vector bytes;
+  EXPECT_EQ(bytes.release_text(), nullptr);
+}
+
 }  // namespace
 }  // namespace ftp_plugin

@@ -167,7 +167,8 @@ INSTANTIATE_TEST_SUITE_P(, SftpListingLine, testing::ValuesIn(kLineCases),
                          [](const auto& row) { return row.param.label; });
 
 TEST(SftpListingLines, AreAppendedInOrder) {
-  byte_vector listing{'x', '\n'};
+  byte_vector listing;
+  listing.append("x\n");
   append_listing_line(listing, {"a", "", regular(1)});
   append_listing_line(listing, {"b", "", regular(2)});
   EXPECT_EQ(std::string(listing.begin(), listing.end()),
