@@ -22,11 +22,13 @@ class converter : pinned {
       iconv_close(cd_);
     }
   }
-  explicit operator bool() const noexcept { return cd_ != reinterpret_cast<iconv_t>(-1); }
+  explicit operator bool() const noexcept {
+    return cd_ != reinterpret_cast<iconv_t>(-1);  // NOLINT(performance-no-int-to-ptr): iconv's own "none"
+  }
   [[nodiscard]] iconv_t get() const noexcept { return cd_; }
 
  private:
-  iconv_t cd_;  // "none" is -1, not null: unique_ptr does not fit
+  iconv_t cd_;  // never null: unique_ptr does not fit
 };
 
 /// What one converted name may need, its terminating zero byte included.

@@ -29,7 +29,7 @@ void JsonObject::parse(const char* begin, const char* end, bool keep_comments) {
   } catch (const Json::Exception&) {  // nested too deeply
   }
   if (!parsed) {
-    throw JSON_PARSE_FAILED;
+    throw AERROR{JSON_PARSE_FAILED};
   }
 }
 
@@ -42,7 +42,7 @@ std::string JsonObject::ToText() const {
 
 JsonObject::JsonObject(const char* text, unsigned int length) : current{&own} {
   if (text == nullptr) {
-    throw JSON_PARSE_FAILED;
+    throw AERROR{JSON_PARSE_FAILED};
   }
   parse(text, text + length, false);
 }
@@ -65,6 +65,9 @@ JsonObject::JsonObject(const JsonObject& other) : current{other.current} {
 JsonObject::~JsonObject() = default;
 
 JsonObject& JsonObject::operator=(const JsonObject& other) {
+  if (&other == this) {
+    return *this;
+  }
   if (other.own.isNull()) {
     *current = Json::Value{*other.current};
   } else {
@@ -112,7 +115,7 @@ Json::Value* JsonObject::find(const char* path) const {
 JsonObject JsonObject::GetObject(const char* path) const {
   Json::Value* const value = find(path);
   if (value == nullptr) {
-    throw ACCESS_VIOLATION;
+    throw AERROR{ACCESS_VIOLATION};
   }
   return JsonObject{*value};
 }
@@ -136,6 +139,7 @@ bool JsonObject::Insert(const char* name, const std::wstring& value) {
   return true;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): jsoncpp takes no text over
 bool JsonObject::InsertArrayItem(std::string value) {
   current->append(Json::Value{value});
   return true;

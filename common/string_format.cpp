@@ -9,6 +9,7 @@
 
 namespace ftp_plugin {
 
+// By value, since va_start may not be given a reference. NOLINTNEXTLINE(performance-unnecessary-value-param)
 std::string string_format(std::string format, ...) {
   // An error may mean a lack of room to some C libraries. One that persists with this much does not.
   constexpr std::size_t kLargest = std::size_t{1} << 24;

@@ -11,8 +11,7 @@ namespace {
 int upper(char c) noexcept { return std::toupper(static_cast<unsigned char>(c)); }
 std::wint_t upper(wchar_t c) noexcept { return std::towupper(static_cast<std::wint_t>(c)); }
 
-// Every trial of `*` and `<` starts anew with what is left of both texts: there, `<` is at the start of a
-// text again. Pinned by the rows of IsNameInExpression that hold two wildcards.
+// Every trial of `*` and `<` starts anew with what is left of both texts.
 template <class Char>
 bool matches(std::basic_string_view<Char> expression, std::basic_string_view<Char> name,
              bool ignore_case) noexcept {
@@ -53,7 +52,8 @@ bool matches(std::basic_string_view<Char> expression, std::basic_string_view<Cha
         const std::size_t last_dot = at_end ? kNone : name.find_last_of(kDot);
         const bool dot_ahead = last_dot != kNone && last_dot >= at;
         // Kept on purpose: without a dot ahead its place counts as 0, so `<` at the start of such a name
-        // consumes nothing, and alone it matches only the empty name. Pinned by the row "abc" for "<".
+        // consumes nothing, and alone it matches only the empty name. Pinned by
+        // IsNameIn.MatchesByteAndWideTextAlike.
         if (at_end || at == (dot_ahead ? last_dot : 0)) {
           break;
         }
