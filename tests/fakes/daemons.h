@@ -84,5 +84,23 @@ class Daemon {
 [[nodiscard]] Daemon start_vsftpd(const DaemonOptions& options = {});
 /// FTP and explicit TLS; MLSD, MFMT.
 [[nodiscard]] Daemon start_pure_ftpd(const DaemonOptions& options = {});
+/// FTP and explicit TLS; MLSD, MFMT.
+[[nodiscard]] Daemon start_pyftpdlib(const DaemonOptions& options = {});
+/// FTP only; its LIST begins with "total N".
+[[nodiscard]] Daemon start_inetutils_ftpd(const DaemonOptions& options = {});
+/// SFTP with a password, by ProFTPD's module.
+[[nodiscard]] Daemon start_proftpd_sftp(const DaemonOptions& options = {});
+
+// Proxies. host() and port() say where they listen, user() and password() what they ask for when
+// `credentials` is set; folder() and url() have no meaning.
+
+/// SOCKS4 and SOCKS5 without credentials, by Dante.
+[[nodiscard]] Daemon start_dante();
+/// SOCKS5 by microsocks.
+[[nodiscard]] Daemon start_microsocks(bool credentials = false);
+/// HTTP with CONNECT to any port, by tinyproxy.
+[[nodiscard]] Daemon start_tinyproxy(bool credentials = false);
+/// HTTP with CONNECT to any port, and ftp:// URLs, by Squid.
+[[nodiscard]] Daemon start_squid(bool credentials = false);
 
 }  // namespace fakes

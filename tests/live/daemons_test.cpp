@@ -33,17 +33,8 @@ struct Answer {
 };
 
 // What curl prints, the dialogue included.
-Answer curl(const Daemon& server, Tls tls, const std::string& path, const std::string& extra = "",
-            const std::string& password = "") {
-  const std::string host =
-      server.host().find(':') == std::string::npos ? server.host() : "[" + server.host() + "]";
-  const std::string command = "curl -svk --max-time 60 " +
-                              std::string{tls == Tls::kExplicit ? "--ssl-reqd --tls-max 1.2 " : ""} +
-                              (tls == Tls::kImplicit ? "--tls-max 1.2 " : "") + "-u '" + server.user() + ":" +
-                              (password.empty() ? server.password() : password) + "' " + extra + " '" +
-                              (tls == Tls::kImplicit ? "ftps" : "ftp") + "://" + host + ":" +
-                              std::to_string(server.port()) + server.remote_root() + path + "' 2>&1";
-  FILE* pipe = popen(command.c_str(), "r");
+Answer run_curl(const std::string& arguments) {
+  FILE* pipe = popen(("curl " + arguments + " 2>&1").c_str(), "r");
   Answer answer{-1, ""};
   std::array<char, 4096> buffer{};
   for (std::size_t n = 0; (n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
@@ -51,6 +42,20 @@ Answer curl(const Daemon& server, Tls tls, const std::string& path, const std::s
   }
   answer.code = WEXITSTATUS(pclose(pipe));
   return answer;
+}
+
+Answer curl(const Daemon& server, Tls tls, const std::string& path, const std::string& extra = "",
+            const std::string& password = "") {
+  const std::string host =
+      server.host().find(':') == std::string::npos ? server.host() : "[" + server.host() + "]";
+  // At most TLS 1.2: this curl offers the servers a used-up ticket otherwise.
+  std::string options = "-svk --max-time 60 ";
+  if (tls != Tls::kNone) options += "--tls-max 1.2 ";
+  if (tls == Tls::kExplicit) options += "--ssl-reqd ";
+  return run_curl(options + "-u '" + server.user() + ":" + (password.empty() ? server.password() : password) +
+                  "' " + extra + " '" + (tls == Tls::kImplicit ? "ftps" : "ftp") + "://" + host + ":" +
+                  std::to_string(server.port()) +
+                  (server.remote_root().empty() ? "" : "/" + server.remote_root()) + path + "'");
 }
 
 struct Row {
@@ -96,7 +101,66 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"VsftpdOverIpv6", fakes::start_vsftpd, {.ipv6 = true}},
                     Row{"PureFtpdPlain", fakes::start_pure_ftpd, {}},
                     Row{"PureFtpdExplicit", fakes::start_pure_ftpd, {.tls = Tls::kExplicit}},
-                    Row{"PureFtpdOverIpv6", fakes::start_pure_ftpd, {.ipv6 = true}}),
+                    Row{"PureFtpdOverIpv6", fakes::start_pure_ftpd, {.ipv6 = true}},
+                    Row{"PyftpdlibPlain", fakes::start_pyftpdlib, {}},
+                    Row{"PyftpdlibExplicit", fakes::start_pyftpdlib, {.tls = Tls::kExplicit}},
+                    Row{"PyftpdlibOverIpv6", fakes::start_pyftpdlib, {.ipv6 = true}},
+                    Row{"InetutilsPlain", fakes::start_inetutils_ftpd, {}},
+                    Row{"InetutilsOverIpv6", fakes::start_inetutils_ftpd, {.ipv6 = true}}),
+    [](auto& row) { return row.param.label; });
+
+TEST(ProFtpd, SpeaksSftpToo) {
+  Daemon server = fakes::start_proftpd_sftp({});
+  server.add_file("folder/hello.txt", "hello");
+  EXPECT_EQ(server.url().substr(0, 7), "sftp://");
+  const Answer read = run_curl("-svk --max-time 60 -u '" + server.user() + ":" + server.password() + "' '" +
+                               server.url() + "folder/hello.txt'");
+  EXPECT_EQ(read.code, 0) << read.out << server.log();
+  EXPECT_THAT(read.out, HasSubstr("hello"));
+}
+
+struct ProxyRow {
+  const char* label;
+  Daemon (*start)(bool);
+  const char* kind;  // as curl calls it
+  bool credentials;
+};
+
+Daemon dante(bool) { return fakes::start_dante(); }
+
+class EveryProxy : public testing::TestWithParam<ProxyRow> {};
+
+TEST_P(EveryProxy, CarriesFtpForThoseItKnows) {
+  const ProxyRow& row = GetParam();
+  Daemon server = fakes::start_proftpd({});
+  server.add_file("hello.txt", "hello");
+  Daemon proxy = row.start(row.credentials);
+  const std::string at = " " + proxy.host() + ":" + std::to_string(proxy.port());
+  const auto through = [&](const std::string& password) {
+    return curl(server, Tls::kNone, "/hello.txt",
+                std::string{"--proxytunnel "} + row.kind + at +
+                    (row.credentials ? " -U '" + proxy.user() + ":" + password + "'" : ""));
+  };
+  const Answer read = through(proxy.password());
+  EXPECT_EQ(read.code, 0) << read.out << proxy.log();
+  EXPECT_THAT(read.out, HasSubstr("hello"));
+  if (row.credentials) {
+    EXPECT_NE(through("wrong").code, 0);
+  }
+  proxy.stop();
+  EXPECT_NE(through(proxy.password()).code, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , EveryProxy,
+    testing::Values(ProxyRow{"DanteSocks4", dante, "--socks4", false},
+                    ProxyRow{"DanteSocks5", dante, "--socks5", false},
+                    ProxyRow{"MicrosocksOpen", fakes::start_microsocks, "--socks5", false},
+                    ProxyRow{"MicrosocksWithCredentials", fakes::start_microsocks, "--socks5", true},
+                    ProxyRow{"TinyproxyOpen", fakes::start_tinyproxy, "-x", false},
+                    ProxyRow{"TinyproxyWithCredentials", fakes::start_tinyproxy, "-x", true},
+                    ProxyRow{"SquidOpen", fakes::start_squid, "-x", false},
+                    ProxyRow{"SquidWithCredentials", fakes::start_squid, "-x", true}),
     [](auto& row) { return row.param.label; });
 
 TEST(ProFtpd, WithoutMachineListingRefusesItsCommandsAndDoesNotOfferThem) {

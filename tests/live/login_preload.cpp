@@ -45,6 +45,8 @@ passwd* test_user(const char* name, const char* home) {
 
 constexpr int kSuccess = 0;
 constexpr int kAuthenticationFailed = 7;
+constexpr int kConversationAgain = 30;
+constexpr int kIncomplete = 31;
 constexpr int kPromptEchoOff = 1;
 constexpr int kItemUser = 2;
 constexpr int kItemConversation = 5;
@@ -118,10 +120,10 @@ int pam_authenticate(pam_handle* handle, int /*flags*/) {
   const pam_message message{kPromptEchoOff, "Password: "};
   const pam_message* messages = &message;
   pam_response* response = nullptr;
-  if (handle->conversation.conv(1, &messages, &response, handle->conversation.appdata_ptr) != kSuccess ||
-      response == nullptr) {
-    return kAuthenticationFailed;
-  }
+  const int answer = handle->conversation.conv(1, &messages, &response, handle->conversation.appdata_ptr);
+  // A server that has the name but not yet the password asks again once it has both.
+  if (answer == kConversationAgain) return kIncomplete;
+  if (answer != kSuccess || response == nullptr) return kAuthenticationFailed;
   const bool right = response->resp != nullptr && std::strcmp(response->resp, handle->right_password) == 0 &&
                      std::strcmp(handle->user, handle->right_user) == 0;
   std::free(response->resp);
