@@ -163,9 +163,12 @@ Verdict compare(const Entry& local, const Entry& remote, bool exact, const Compa
   }
   if (!remote.time || !local.time) return exact ? Verdict::same : Verdict::ask;
   const std::int64_t newer = *remote.time - *local.time;
+  if (!rules.equal_times) {
+    if (!exact) return Verdict::ask;
+    return newer + rules.window > 0 ? Verdict::same : Verdict::different;
+  }
   if (newer <= rules.window && newer >= -rules.window) return Verdict::same;
-  if (!exact) return Verdict::ask;
-  return !rules.equal_times && newer > 0 ? Verdict::same : Verdict::different;
+  return exact ? Verdict::different : Verdict::ask;
 }
 
 Plan make_plan(Tree& source, Tree& target, bool target_exists, const SyncOptions& options) {

@@ -34,7 +34,7 @@ TEST_P(Compare, DecidesBySizeAndTime) {
   const CompareCase& row = GetParam();
   EXPECT_EQ(compare(row.local, row.remote, row.exact, row.rules), row.verdict);
 }
-const CompareRules kEqual{true, 0}, kNotOlder{false, 0}, kWindow{true, 2};
+const CompareRules kEqual{true, 0}, kNewer{false, 0}, kWindow{true, 2};
 INSTANTIATE_TEST_SUITE_P(
     , Compare,
     testing::Values(CompareCase{"EqualSizeAndTime", make_file("a", 5, 100), make_file("a", 5, 100), false,
@@ -48,9 +48,13 @@ INSTANTIATE_TEST_SUITE_P(
                     CompareCase{"NewerOnTheServerDiffersToo", make_file("a", 5, 100), make_file("a", 5, 160),
                                 true, kEqual, Verdict::different},
                     CompareCase{"AnUploadIsAsOldAsItsTransfer", make_file("a", 5, 100),
-                                make_file("a", 5, 160), true, kNotOlder, Verdict::same},
+                                make_file("a", 5, 160), true, kNewer, Verdict::same},
                     CompareCase{"ALocalChangeIsNewerThanTheUpload", make_file("a", 5, 200),
-                                make_file("a", 5, 160), true, kNotOlder, Verdict::different},
+                                make_file("a", 5, 160), true, kNewer, Verdict::different},
+                    CompareCase{"AnEditInTheSecondOfTheUploadIsSeen", make_file("a", 5, 160),
+                                make_file("a", 5, 160), true, kNewer, Verdict::different},
+                    CompareCase{"AListingCannotTellAnUploadsAge", make_file("a", 5, 100),
+                                make_file("a", 5, 160), false, kNewer, Verdict::ask},
                     CompareCase{"TheWindowWidensEqual", make_file("a", 5, 100), make_file("a", 5, 102), false,
                                 kWindow, Verdict::same},
                     CompareCase{"TheWindowEnds", make_file("a", 5, 100), make_file("a", 5, 103), true,
