@@ -3,6 +3,7 @@
 
 #include "host/commands.h"
 #include "host/look_up.h"
+#include "host/names.h"
 #include "host/time_text.h"
 #include "host/tree.h"
 #include "host/upload.h"
@@ -32,15 +33,18 @@ struct MoveTarget {
   std::string directory, name;
 };
 
-MoveTarget move_target(Session& session, const RemoteUrl& from, const std::string& text) {
-  if (!is_remote_url(text)) {
-    if (text.empty() || text == "." || text == ".." || text.find('/') != std::string::npos) {
-      throw Failure{ExitCode::usage, text + ": give a URL, or a plain new name"};
-    }
-    return {parent_path(from.path), text};
+void check_move_target(const RemoteUrl& from, const std::string& text) {
+  if (is_remote_url(text)) {
+    if (parse_remote_url(text).root() != from.root())
+      throw Failure{ExitCode::usage, "mv works on one server: " + text};
+  } else if (!is_usable_name(text)) {
+    throw Failure{ExitCode::usage, text + ": give a URL, or a plain new name"};
   }
+}
+
+MoveTarget move_target(Session& session, const RemoteUrl& from, const std::string& text) {
+  if (!is_remote_url(text)) return {parent_path(from.path), text};
   const RemoteUrl to = parse_remote_url(text);
-  if (to.root() != from.root()) throw Failure{ExitCode::usage, "mv works on one server: " + text};
   Listing listing;
   if (is_root(to.path) || session.list(to.path, listing).code == SUCCESS)
     return {to.path, leaf_name(from.path)};
@@ -100,6 +104,7 @@ ExitCode run_rmdir(Context& context) {
 ExitCode run_mv(Context& context) {
   RemoteUrl url = parse_remote_url(context.arguments.operands.at(0));
   refuse_root(url.path, "mv");
+  check_move_target(url, context.arguments.operands.at(1));
   const auto session = open_session(context, url);
   const Entry entry = must_look_up(*session, url.path);
   const MoveTarget target = move_target(*session, url, context.arguments.operands.at(1));

@@ -11,6 +11,21 @@
 #include "host/names.h"
 
 namespace ftp_host {
+namespace {
+
+[[noreturn]] void output_failed(int error) {
+  if (error == EPIPE) {  // the reader has enough, as in "| head": end as every filter does
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    std::signal(SIGPIPE, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    std::raise(SIGPIPE);
+  }
+  throw local_failure("standard output", error);
+}
+
+}  // namespace
 
 Console::Console(int verbosity, bool quiet)
     : verbosity_{verbosity},
@@ -20,24 +35,12 @@ Console::Console(int verbosity, bool quiet)
 
 void Console::print(std::string_view text) {
   const std::lock_guard lock{mutex_};
-  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size()) return;
-  const int error = errno;
-  if (error == EPIPE) {  // the reader has enough, as in "| head": end as every filter does
-    std::signal(SIGPIPE, SIG_DFL);
-    std::raise(SIGPIPE);
-  }
-  throw local_failure("standard output", error);
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) output_failed(errno);
 }
 
 void Console::flush() {
   const std::lock_guard lock{mutex_};
-  if (std::fflush(stdout) == 0) return;
-  const int error = errno;
-  if (error == EPIPE) {
-    std::signal(SIGPIPE, SIG_DFL);
-    std::raise(SIGPIPE);
-  }
-  throw local_failure("standard output", error);
+  if (std::fflush(stdout) != 0) output_failed(errno);
 }
 
 void Console::line(std::string_view text) {

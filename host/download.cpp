@@ -74,7 +74,7 @@ DownloadResult download_file(Session& session, Progress& progress, const Entry& 
   if (ftruncate(file.get(), offset) != 0) throw local_failure(path, errno);
 
   Progress::File shown{progress, name, entry.size};
-  shown.moved(offset);
+  shown.skipped(offset);
   int write_error = 0;
   const std::int64_t received =
       fetch(session, entry, offset, -1, [&](std::int64_t at, const char* data, std::size_t length) {

@@ -111,10 +111,11 @@ std::string Progress::current_name() {
 void Progress::show() {
   const Rate::Clock::time_point begin = Rate::Clock::now();
   Rate rate;
+  rate.add(begin, 0);
   while (!stop_.load()) {
     std::this_thread::sleep_for(kRefresh);
     const Rate::Clock::time_point now = Rate::Clock::now();
-    rate.add(now, done_.load());
+    rate.add(now, done_.load() - skipped_.load());
     if (now - begin < kLongWork || stop_.load()) continue;
     ProgressState state;
     state.name = current_name();
@@ -143,6 +144,9 @@ void Progress::File::moved(std::int64_t bytes) {
   progress_.moved(bytes);
 }
 
-void Progress::File::restart() { progress_.moved(-done_.exchange(0)); }
+void Progress::File::skipped(std::int64_t bytes) {
+  progress_.skipped_.fetch_add(bytes);
+  moved(bytes);
+}
 
 }  // namespace ftp_host

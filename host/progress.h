@@ -71,8 +71,8 @@ class Progress {
     File(const File&) = delete;
     File& operator=(const File&) = delete;
     void moved(std::int64_t bytes);
-    /// Takes back what was moved, when the transfer begins again.
-    void restart();
+    /// Bytes that an earlier run moved: part of the file, not of the rate.
+    void skipped(std::int64_t bytes);
 
    private:
     friend class Progress;
@@ -88,6 +88,7 @@ class Progress {
 
   Console& console_;
   std::atomic<std::int64_t> done_{0};
+  std::atomic<std::int64_t> skipped_{0};
   std::atomic<std::int64_t> total_{-1};
   std::atomic<std::size_t> files_done_{0};
   std::atomic<std::size_t> files_total_{0};
