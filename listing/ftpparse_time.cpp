@@ -47,7 +47,8 @@ std::int64_t compute_base() noexcept {
   struct tm epoch {};
   gmtime_r(&zero, &epoch);
   const std::int64_t midnight = totai(1900 + epoch.tm_year, epoch.tm_mon, epoch.tm_mday);
-  return -(midnight + epoch.tm_hour * 3600 + epoch.tm_min * 60 + epoch.tm_sec);
+  const int second_of_day = (epoch.tm_hour * 60 + epoch.tm_min) * 60 + epoch.tm_sec;
+  return -(midnight + second_of_day);
 }
 
 }  // namespace
