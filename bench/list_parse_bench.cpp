@@ -215,7 +215,7 @@ std::vector<std::string> pieces_of(bool mlsd, std::size_t lines) {
 /// memory of the first, which a long listing's memory is given back too early for.
 double best_time(bool mlsd, std::size_t lines) {
   std::vector<std::string> pieces = pieces_of(mlsd, lines);
-  const std::size_t runs = lines < 1'000'000 ? 25 : 9;
+  const std::size_t runs = std::clamp<std::size_t>(2'000'000 / lines, 9, 100);
   double best = 1e9;
   for (std::size_t run = 0; run < runs; ++run) {
     best = std::min(best, in_a_child([&] { return microseconds_per_line(mlsd, pieces, lines); }));
