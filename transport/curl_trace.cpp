@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "plugin/log.h"
 
@@ -89,22 +90,42 @@ class Redactor {
 
 thread_local Redactor redactor;
 
+/// `text` without the password of any URL in it: libcurl puts the login into the URL that an HTTP proxy is
+/// asked for, and tells where a redirect leads.
+std::string without_url_passwords(std::string text) {
+  constexpr std::string_view kMark = "://";
+  constexpr std::string_view kHidden = "***";
+  for (std::size_t begin = text.find(kMark); begin != std::string::npos; begin = text.find(kMark, begin)) {
+    begin += kMark.size();
+    const std::size_t end = std::min(text.find_first_of("/?# \t\r\n", begin), text.size());
+    const std::string_view authority = std::string_view{text}.substr(begin, end - begin);
+    const std::size_t at = authority.rfind('@');  // a password may hold another one
+    const std::size_t colon = authority.find(':');
+    if (at == std::string_view::npos || colon >= at) continue;
+    text.replace(begin + colon + 1, at - colon - 1, kHidden);
+  }
+  return text;
+}
+
 void trace_sent(const CURL* handle, std::string_view text) {
   std::string shown;
   redactor.attend(handle);
   for (const char c : text) redactor.copy(c, shown);  // left-out pieces count too: the next may go on
   if (text.starts_with('\r') || text.starts_with(kPasswordCommand)) return;
-  __LOG__A(current_logger(), LOGLEVEL_INFO, "[NETWORK   ] [HEADER   <<] %s", shown.c_str());
+  __LOG__A(current_logger(), LOGLEVEL_INFO, "[NETWORK   ] [HEADER   <<] %s",
+           without_url_passwords(std::move(shown)).c_str());
 }
 
 void trace(const CURL* handle, curl_infotype type, std::string_view text) {
   switch (type) {
     case CURLINFO_TEXT:
-      __LOG__A(current_logger(), LOGLEVEL_DEBUG, "[NETWORK   ] [INFORMATION] %s", std::string{text}.c_str());
+      __LOG__A(current_logger(), LOGLEVEL_DEBUG, "[NETWORK   ] [INFORMATION] %s",
+               without_url_passwords(std::string{text}).c_str());
       break;
     case CURLINFO_HEADER_IN:
       if (text.starts_with('\r')) break;
-      __LOG__A(current_logger(), LOGLEVEL_INFO, "[NETWORK   ] [HEADER   >>] %s", std::string{text}.c_str());
+      __LOG__A(current_logger(), LOGLEVEL_INFO, "[NETWORK   ] [HEADER   >>] %s",
+               without_url_passwords(std::string{text}).c_str());
       break;
     case CURLINFO_HEADER_OUT:
       trace_sent(handle, text);
