@@ -8,7 +8,12 @@ void __LOG__A(ILog* log, LOGLEVEL level, const char* format, ...) noexcept {
   if (log == nullptr) return;
   va_list arguments;
   va_start(arguments, format);
-  log->Write(level, format, arguments);
+  try {
+    log->Write(level, format, arguments);
+  } catch (...) {
+    // A line that the host cannot write is lost; what it tells of goes on. We may be within a libcurl
+    // callback.
+  }
   va_end(arguments);
 }
 

@@ -1,4 +1,4 @@
-#include <strings.h>
+#include <curl/curl.h>
 
 #include <cstdlib>
 #include <string>
@@ -36,9 +36,10 @@ void store_option(settings_map& options, const std::string& field, JsonObject& v
 AERROR Protocol::SetOpt(const char* name, const char* value) {
   return no_throw(SUCCESS, [&] {
     if (name == nullptr || value == nullptr) return SUCCESS;
-    if (strcasecmp(name, "speedlimit") == 0) {
+    // Not strcasecmp(): that follows the locale, which the host sets, and a Turkish "I" is no "i".
+    if (curl_strequal(name, "speedlimit") != 0) {
       speed_limit = std::atoll(value);
-    } else if (strcasecmp(name, "option_fields") == 0) {
+    } else if (curl_strequal(name, "option_fields") != 0) {
       for_each_form_value(value, [this](const std::string& field, JsonObject& entry) {
         store_option(options, field, entry);
       });

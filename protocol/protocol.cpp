@@ -52,7 +52,7 @@ AERROR Protocol::GetQuota(unsigned long long* total, unsigned long long* free) {
   if (quota_callback != nullptr) {
     long long all = 0;
     long long used = 0;
-    if (quota_callback(quota_context, this, &all, &used)) {
+    if (no_throw(false, [&] { return quota_callback(quota_context, this, &all, &used); })) {
       quota_total = static_cast<unsigned long long>(all);
       quota_free = quota_total - static_cast<unsigned long long>(used);
     }
@@ -74,8 +74,11 @@ AERROR Protocol::GetType(char** type) {
 }
 
 AERROR Protocol::GetCredential(char*, int*) {
-  manager->PostValue(manager_value.c_str(), "pid", manager_value.c_str());
-  return SUCCESS;
+  return no_throw(FAILED, [&] {
+    if (manager == nullptr) return FAILED;
+    manager->PostValue(manager_value.c_str(), "pid", manager_value.c_str());
+    return SUCCESS;
+  });
 }
 
 void Protocol::SetQuotaCallback(void* context, QUOTA_CALLBACK callback) {

@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "plugin/log.h"
+#include "plugin/no_throw.h"
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
 #include "transport/command_list.h"
@@ -47,14 +48,16 @@ int Protocol::SetFileTimeSupportMode() {
 int Protocol::GetFeature() {
   // Kept on purpose: where the host never said whose times count, FTP counts the server's and SFTP the local
   // ones. Pinned by Login.FeaturesTellServerTimesUnlessLocalOnesAreWanted.
-  if (is_sftp()) {
-    const bool server_times = setting_is(options, key::use_local_timestamp, "false");
-    return kSftp | kAlways | kCannotSetTimes | (server_times ? kServerTimes : 0);
-  }
-  if (!setting_is(options, key::use_local_timestamp, "true")) {
-    return kAlways | kCannotSetTimes | kServerTimes;
-  }
-  return file_time_mode == 1 ? kAlways : kAlways | kCannotSetTimes;
+  return no_throw(kAlways | kCannotSetTimes, [&] {
+    if (is_sftp()) {
+      const bool server_times = setting_is(options, key::use_local_timestamp, "false");
+      return kSftp | kAlways | kCannotSetTimes | (server_times ? kServerTimes : 0);
+    }
+    if (!setting_is(options, key::use_local_timestamp, "true")) {
+      return kAlways | kCannotSetTimes | kServerTimes;
+    }
+    return file_time_mode == 1 ? int{kAlways} : kAlways | kCannotSetTimes;
+  });
 }
 
 }  // namespace ftp_plugin

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,20 @@ TEST_F(Log, ANullPathIsAnEmptyText) {
   log_exec_error("Read", nullptr, 28);
   EXPECT_EQ(lines.lines, (std::vector<std::string>{"1 [PROTOCOL  ] Read id: []",
                                                    "8 [PROTOCOL  ] Read id: [] , exec error: [28]"}));
+}
+
+TEST_F(Log, ALoggerThatThrowsLosesItsLineAndNothingElse) {
+  class Throwing final : public ILog {
+   public:
+    void Reserved() override {}
+    int IsTracing() override { return 0; }
+    void Write(LOGLEVEL, const char*, va_list) override { throw std::bad_alloc{}; }
+  } throwing;
+  ASSERT_TRUE(bind_logger(&throwing));
+  log_operation("Read", "/a");
+  ASSERT_TRUE(bind_logger(&lines));
+  log_operation("Read", "/b");
+  EXPECT_EQ(lines.lines, std::vector<std::string>{"1 [PROTOCOL  ] Read id: [/b]"});
 }
 
 TEST(HostBindings, ANullQueueIsRefused) {
