@@ -3,6 +3,7 @@
 #include "plugin/log.h"
 #include "transport/curl_callbacks.h"
 #include "transport/curl_global.h"
+#include "transport/sigpipe_guard.h"
 
 namespace ftp_plugin {
 namespace {
@@ -20,9 +21,14 @@ CURL* new_handle() noexcept {
   return curl_easy_init();
 }
 
+void free_handle(CURL* curl) noexcept {
+  const sigpipe_guard guard;  // TLS says goodbye on connections that are still open
+  curl_easy_cleanup(curl);
+}
+
 }  // namespace
 
-CURLImpl::CURLImpl() : handle_{new_handle(), curl_easy_cleanup} {
+CURLImpl::CURLImpl() : handle_{new_handle(), free_handle} {
   CURL* curl = GetCURL();
   curl_easy_setopt(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connectTimeout);

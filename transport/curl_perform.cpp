@@ -5,6 +5,7 @@
 
 #include "transport/curl_callbacks.h"
 #include "transport/curl_impl.h"
+#include "transport/sigpipe_guard.h"
 
 namespace ftp_plugin {
 namespace {
@@ -53,7 +54,10 @@ std::shared_ptr<char[]> take(evbuffer* buffer, std::size_t length) {
 /// Runs the request. `collected` is null when the caller's own function takes the answer.
 curl_response perform(CURL* curl, evbuffer* collected) {
   curl_response response;
-  response.result = curl_easy_perform(curl);
+  {
+    const sigpipe_guard guard;
+    response.result = curl_easy_perform(curl);
+  }
   if (response.result != CURLE_OK) return response;
   long header_size = 0;
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &response.response_code);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdarg>
 #include <memory>
 #include <new>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "tests/unit/transport/curl_recorder.h"
+#include "tests/unit/transport/http_responder.h"
 #include "transport/command_list.h"
 #include "transport/curl_callbacks.h"
 #include "transport/curl_global.h"
@@ -24,10 +26,12 @@
 #undef curl_easy_setopt
 
 thread_local std::vector<std::string>* ftp_plugin::option_record = nullptr;
+thread_local bool ftp_plugin::out_of_memory = false;
+thread_local CURLoption ftp_plugin::refused_option = CURLOPT_LASTENTRY;
+thread_local bool ftp_plugin::pipe_breaks_in_cleanup = false;
 
 namespace {
 
-thread_local bool out_of_memory = false;
 std::atomic<int> starts = 0;
 
 std::string describe(CURLoption option, void* value) {
@@ -73,17 +77,24 @@ extern "C" CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
   void* value = va_arg(arguments, void*);
   va_end(arguments);
   if (ftp_plugin::option_record != nullptr) ftp_plugin::option_record->push_back(describe(option, value));
+  if (option == ftp_plugin::refused_option) return CURLE_OUT_OF_MEMORY;
   return real(handle, option, value);
 }
 
 extern "C" CURL* curl_easy_init() {
   static auto* const real = next<CURL*()>("curl_easy_init");
-  return out_of_memory ? nullptr : real();
+  return ftp_plugin::out_of_memory ? nullptr : real();
+}
+
+extern "C" void curl_easy_cleanup(CURL* handle) {
+  static auto* const real = next<void(CURL*)>("curl_easy_cleanup");
+  real(handle);
+  if (ftp_plugin::pipe_breaks_in_cleanup) raise(SIGPIPE);
 }
 
 extern "C" curl_slist* curl_slist_append(curl_slist* list, const char* line) {
   static auto* const real = next<curl_slist*(curl_slist*, const char*)>("curl_slist_append");
-  return out_of_memory ? nullptr : real(list, line);
+  return ftp_plugin::out_of_memory ? nullptr : real(list, line);
 }
 
 extern "C" CURLcode curl_global_init(long flags) {
@@ -218,11 +229,6 @@ TEST(Options, OfALoggingRequestAddTheErrorTextForAsLongAsItLives) {
   EXPECT_EQ(seen[seen.size() - 1], "ERRORBUFFER=none");
 }
 
-struct no_memory {
-  no_memory() { out_of_memory = true; }
-  ~no_memory() { out_of_memory = false; }
-};
-
 TEST(CURLImpl, PerformsNothingWithoutAHandle) {
   std::unique_ptr<CURLLogger> request;
   {
@@ -262,6 +268,25 @@ TEST(Options, AreLeftAloneWhenThereIsNoMemoryForTheHeaders) {
               EXPECT_THROW((void)request.PerformPost("text"), std::bad_alloc);
             }),
             lines{});
+}
+
+TEST(BrokenPipe, DoesNotReachTheHostWhenAHandleIsFreed) {
+  {
+    const CURLImpl request;
+    pipe_breaks_in_cleanup = true;
+  }
+  pipe_breaks_in_cleanup = false;  // still here
+}
+
+TEST(BrokenPipe, DoesNotReachTheHostWhileARequestRuns) {
+  const testing_tools::http_responder server;
+  CURLImpl request;
+  request.SetURL(server.url("/").c_str());
+  const curl_write_callback breaks = [](char*, std::size_t size, std::size_t count, void*) {
+    raise(SIGPIPE);
+    return size * count;
+  };
+  EXPECT_EQ(request.PerformGet(reinterpret_cast<void*>(breaks), nullptr).result, CURLE_OK);
 }
 
 TEST(StartCurl, StartsItOnceForAllThreads) {
