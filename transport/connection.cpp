@@ -1,6 +1,7 @@
 #include "transport/connection.h"
 
 #include <climits>
+#include <new>
 #include <utility>
 
 #include "transport/command_list.h"
@@ -72,6 +73,7 @@ connection::~connection() {
 }
 
 AERROR connection::connect() {
+  if (!is_sftp() && !fit_into_commands(settings_)) return FAILED;
   auto driver = std::make_unique<request_driver>();
   const auto request = std::make_shared<CURLLogger>();
   CURL* curl = request->GetCURL();
@@ -102,7 +104,7 @@ CURLcode connection::exec(long connect_timeout, bool) {
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &CURLDebug);
   const CURLcode code = driver_->perform(curl);
-  if (!is_sftp() && has_lost_login_directory(curl, get_url())) forget_control();
+  if (!is_sftp() && has_lost_login_directory(curl, setting(settings_, key::url))) forget_control();
   return code;
 }
 
@@ -115,7 +117,11 @@ void connection::quit() {
   curl_easy_setopt(curl, CURLOPT_URL, get_url().c_str());
   if (!driver_->control_is_open(curl)) return;  // no new login only to say goodbye
   command_list commands;
-  add(commands, "QUIT");
+  try {
+    add(commands, "QUIT");
+  } catch (const std::bad_alloc&) {
+    return;  // nobody is waiting for a goodbye
+  }
   curl_easy_setopt(curl, CURLOPT_QUOTE, commands.get());
   curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);  // else a server that stays is asked for a listing
   curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, kGoodbyeTimeoutSeconds);

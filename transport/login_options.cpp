@@ -1,6 +1,7 @@
 #include "transport/login_options.h"
 
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -8,6 +9,13 @@
 
 namespace ftp_plugin {
 namespace {
+
+/// Sets one option. Without memory for its text a login must not go on without its proxy or its user; what
+/// libcurl refuses for another reason (a port that is none) stays at libcurl's default.
+template <class Value>
+void set_option(CURL* curl, CURLoption option, Value value) {
+  if (curl_easy_setopt(curl, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc{};
+}
 
 /// Value under `name` when it is present and not empty, else null.
 const std::string* non_empty(const settings_map& settings, const char* name) {
@@ -26,7 +34,7 @@ void set_proxy_credentials(CURL* curl, const settings_map& settings) {
   std::string text;
   if (const std::string* user = find_setting(settings, key::proxy_user)) text = *user;
   if (const std::string* password = find_setting(settings, key::proxy_pwd)) text += ":" + *password;
-  if (!text.empty()) curl_easy_setopt(curl, CURLOPT_PROXYUSERPWD, text.c_str());
+  if (!text.empty()) set_option(curl, CURLOPT_PROXYUSERPWD, text.c_str());
 }
 
 }  // namespace
@@ -38,60 +46,68 @@ bool wants_tls(const settings_map& settings) {
          (url != nullptr && url->compare(0, kImplicit.size(), kImplicit) == 0);
 }
 
+bool fit_into_commands(const settings_map& settings) {
+  for (const char* name : {key::user, key::pwd}) {
+    const std::string* text = find_setting(settings, name);
+    if (text != nullptr && text->find_first_of("\r\n") != std::string::npos) return false;
+  }
+  return true;
+}
+
 void set_credentials(CURL* curl, settings_map& settings) {
   if (const std::string* user = non_empty(settings, key::user)) {
-    curl_easy_setopt(curl, CURLOPT_USERNAME, user->c_str());
+    set_option(curl, CURLOPT_USERNAME, user->c_str());
   }
   const std::string* password = non_empty(settings, key::pwd);
   if (setting_is(settings, key::type, "sftp") && non_empty(settings, key::key_file) != nullptr) {
-    curl_easy_setopt(curl, CURLOPT_SSH_AUTH_TYPES, static_cast<long>(CURLSSH_AUTH_PUBLICKEY));
-    curl_easy_setopt(curl, CURLOPT_SSH_PRIVATE_KEYFILE, setting(settings, key::key_file).c_str());
+    set_option(curl, CURLOPT_SSH_AUTH_TYPES, static_cast<long>(CURLSSH_AUTH_PUBLICKEY));
+    set_option(curl, CURLOPT_SSH_PRIVATE_KEYFILE, setting(settings, key::key_file).c_str());
     // Kept on purpose: the proxy password is the first candidate for the key's pass phrase.
-    curl_easy_setopt(curl, CURLOPT_KEYPASSWD, setting(settings, key::proxy_pwd).c_str());
+    set_option(curl, CURLOPT_KEYPASSWD, setting(settings, key::proxy_pwd).c_str());
     if (password != nullptr) {
-      curl_easy_setopt(curl, CURLOPT_KEYPASSWD, password->c_str());
+      set_option(curl, CURLOPT_KEYPASSWD, password->c_str());
       return;  // a pass phrase only, never the login password
     }
   }
-  if (password != nullptr) curl_easy_setopt(curl, CURLOPT_PASSWORD, password->c_str());
+  if (password != nullptr) set_option(curl, CURLOPT_PASSWORD, password->c_str());
 }
 
 void set_proxy_options(CURL* curl, const settings_map& settings) {
   const std::string* type = find_setting(settings, key::proxy_type);
   if (type == nullptr || *type == "None") return;
-  curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
+  set_option(curl, CURLOPT_VERBOSE, 1L);
   if (*type == "SOCKS4") {
-    curl_easy_setopt(curl, CURLOPT_PROXYTYPE, static_cast<long>(CURLPROXY_SOCKS4));
+    set_option(curl, CURLOPT_PROXYTYPE, static_cast<long>(CURLPROXY_SOCKS4));
   } else if (*type == "SOCKS5") {
-    curl_easy_setopt(curl, CURLOPT_PROXYTYPE, static_cast<long>(CURLPROXY_SOCKS5));
+    set_option(curl, CURLOPT_PROXYTYPE, static_cast<long>(CURLPROXY_SOCKS5));
   } else if (*type == "HTTP with TUNNEL" || *type == "HTTP without TUNNEL") {
-    curl_easy_setopt(curl, CURLOPT_HTTPPROXYTUNNEL, *type == "HTTP with TUNNEL" ? 1L : 0L);
-    curl_easy_setopt(curl, CURLOPT_PROXYTYPE, static_cast<long>(CURLPROXY_HTTP));
+    set_option(curl, CURLOPT_HTTPPROXYTUNNEL, *type == "HTTP with TUNNEL" ? 1L : 0L);
+    set_option(curl, CURLOPT_PROXYTYPE, static_cast<long>(CURLPROXY_HTTP));
   }
   if (const std::string* host = find_setting(settings, key::proxy_host)) {
-    curl_easy_setopt(curl, CURLOPT_PROXY, host->c_str());
+    set_option(curl, CURLOPT_PROXY, host->c_str());
   }
   if (const std::string* port = find_setting(settings, key::proxy_port)) {
-    curl_easy_setopt(curl, CURLOPT_PROXYPORT, static_cast<long>(std::atoi(port->c_str())));
+    set_option(curl, CURLOPT_PROXYPORT, static_cast<long>(std::atoi(port->c_str())));
   }
   set_proxy_credentials(curl, settings);
 }
 
 void set_login_options(CURL* curl, settings_map& settings) {
-  curl_easy_setopt(curl, CURLOPT_URL, setting(settings, key::url).c_str());
+  set_option(curl, CURLOPT_URL, setting(settings, key::url).c_str());
   // A URL with any other scheme must fail the login, not read local files or talk HTTP.
-  curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "ftp,ftps,sftp");
+  set_option(curl, CURLOPT_PROTOCOLS_STR, "ftp,ftps,sftp");
   if (setting_is(settings, key::ssl, "true")) {
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 0L);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, unchecked_host_name());
-    curl_easy_setopt(curl, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_TRY));
+    set_option(curl, CURLOPT_SSL_VERIFYPEER, 0L);
+    set_option(curl, CURLOPT_SSL_VERIFYHOST, unchecked_host_name());
+    set_option(curl, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_TRY));
   }
   set_credentials(curl, settings);
   set_proxy_options(curl, settings);
-  if (setting_is(settings, key::active, "true")) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
-  curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
-  curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
-  curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &CURLDebug);
+  if (setting_is(settings, key::active, "true")) set_option(curl, CURLOPT_FTPPORT, "-");
+  set_option(curl, CURLOPT_NOBODY, 1L);
+  set_option(curl, CURLOPT_VERBOSE, 1L);
+  set_option(curl, CURLOPT_DEBUGFUNCTION, &CURLDebug);
 }
 
 }  // namespace ftp_plugin

@@ -1,4 +1,5 @@
 // Settings of a server turned into options of a fresh libcurl handle: TLS, user, key file, proxy, mode.
+// Errors: std::bad_alloc, also where libcurl has no memory for an option.
 #pragma once
 
 #include <curl/curl.h>
@@ -16,6 +17,10 @@ void set_proxy_options(CURL* curl, const settings_map& settings);
 
 /// Sets the user and the password, key file or pass phrase. May insert "proxy_pwd".
 void set_credentials(CURL* curl, settings_map& settings);
+
+/// Whether user and password can go out in commands. libcurl sends them as they are: behind a line break the
+/// server would read a command of its own.
+[[nodiscard]] bool fit_into_commands(const settings_map& settings);
 
 /// Whether TLS will be spoken or asked for: "ssl" is "true", or the URL begins with "ftps://".
 [[nodiscard]] bool wants_tls(const settings_map& settings);

@@ -1,5 +1,6 @@
 #include "transport/perform.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -38,6 +39,7 @@ void request_driver::prepare(CURL* curl) {
   curl_easy_setopt(curl, CURLOPT_OPENSOCKETDATA, this);
   curl_easy_setopt(curl, CURLOPT_CLOSESOCKETFUNCTION, &request_driver::close_socket);
   curl_easy_setopt(curl, CURLOPT_CLOSESOCKETDATA, this);
+  curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, &request_driver::set_up_socket);
 }
 
 curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
@@ -52,6 +54,13 @@ curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_
   if (opened < 0) return CURL_SOCKET_BAD;
   driver.sockets_.push_back(opened);
   return opened;
+}
+
+int request_driver::set_up_socket(void*, curl_socket_t socket, curlsocktype purpose) noexcept {
+  // Not for the programs that the host starts: a copy of the data connection of active mode, which libcurl
+  // accepts by itself, would keep the server waiting for the end of an upload.
+  if (purpose == CURLSOCKTYPE_ACCEPT) (void)fcntl(socket, F_SETFD, FD_CLOEXEC);
+  return CURL_SOCKOPT_OK;
 }
 
 int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {

@@ -43,6 +43,7 @@ class request_driver : pinned {
  private:
   static curl_socket_t open_socket(void* self, curlsocktype purpose, struct curl_sockaddr* address) noexcept;
   static int close_socket(void* self, curl_socket_t socket) noexcept;
+  static int set_up_socket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept;
   /// Waits until libcurl has something to do, or the control socket has something to say, at most `wait_ms`;
   /// which becomes how long the next wait may take.
   void wait(int& wait_ms);

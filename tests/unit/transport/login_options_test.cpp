@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -149,6 +150,29 @@ TEST_F(LoginOptions, ProxyUserAndPasswordMakeOneText) {
   EXPECT_EQ(text({{"proxy_pwd", "p"}}), "PROXYUSERPWD=\":p\"");
   EXPECT_EQ(text({{"proxy_user", ""}}), "");
   EXPECT_EQ(text({{"proxy_password", "p"}}), "") << "the login document's own key is not read";
+}
+
+TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutWhatThereIsNoMemoryFor) {
+  settings = {{"url", "ftp://h"},  {"user", "u"},       {"pwd", "p"},       {"proxy_type", "SOCKS5"},
+              {"proxy_host", "h"}, {"proxy_port", "1"}, {"proxy_user", "u"}};
+  for (const CURLoption option :
+       {CURLOPT_URL, CURLOPT_USERNAME, CURLOPT_PASSWORD, CURLOPT_PROXY, CURLOPT_PROXYUSERPWD}) {
+    refused_option = option;
+    EXPECT_THROW(set_login_options(curl.get(), settings), std::bad_alloc) << option;
+    refused_option = CURLOPT_LASTENTRY;
+  }
+}
+
+TEST_F(LoginOptions, APortThatIsNoneIsNoReasonToFail) {
+  settings = {{"proxy_type", "SOCKS5"}, {"proxy_port", "99999"}, {"proxy_user", "u"}};
+  EXPECT_THAT(proxy(), ElementsAre("VERBOSE=1", "PROXYTYPE=5", "PROXYPORT=99999", "PROXYUSERPWD=\"u\""));
+}
+
+TEST_F(LoginOptions, OnlyALineBreakKeepsACredentialOutOfACommand) {
+  EXPECT_TRUE(fit_into_commands({}));
+  EXPECT_TRUE(fit_into_commands({{"user", "a b:c@\t"}, {"pwd", ""}, {"proxy_pwd", "\n"}}));
+  EXPECT_FALSE(fit_into_commands({{"user", "\r"}}));
+  EXPECT_FALSE(fit_into_commands({{"pwd", "secret\n"}}));
 }
 
 }  // namespace
