@@ -57,13 +57,12 @@ void prepare(const Socket& socket) {
 
 /// Takes what has arrived; false when the connection is broken.
 bool take(Way& way, Clock::time_point due, std::size_t most, std::size_t& count) {
-  std::string bytes(std::min(most, kPiece), '\0');
-  const ssize_t got = ::recv(way.from, bytes.data(), bytes.size(), MSG_DONTWAIT);
+  thread_local std::vector<char> buffer(kPiece);  // most pieces are far smaller
+  const ssize_t got = ::recv(way.from, buffer.data(), std::min(most, kPiece), MSG_DONTWAIT);
   if (got < 0) return errno == EAGAIN || errno == EINTR;
-  bytes.resize(static_cast<std::size_t>(got));
-  count = bytes.size();
+  count = static_cast<std::size_t>(got);
   way.reading = got != 0;
-  way.on_the_road.push_back({due, std::move(bytes)});
+  way.on_the_road.push_back({due, std::string(buffer.data(), count)});
   return true;
 }
 
