@@ -10,6 +10,7 @@
 #include "transport/command_list.h"
 #include "transport/lease.h"
 #include "transport/progress.h"
+#include "transport/sftp_buffers.h"
 #include "transport/transfer.h"
 
 namespace ftp_plugin {
@@ -50,8 +51,9 @@ AERROR Protocol::Read(const char* path, long long offset, long long length,
     if (!is_sftp()) add(commands, "TYPE I");
     const auto context = make_context(offset, length, std::move(handle), callback);
     progress_binding progress = bind_progress(context->handle.get(), con.GETCURL());
-    const CURLcode code = transfer{con}
-                              .set(CURLOPT_QUOTE, commands.get(), nullptr)
+    transfer request{con};
+    if (is_sftp()) request.set(CURLOPT_BUFFERSIZE, download_buffer_size(length), kDefaultDownloadBuffer);
+    const CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
                               .set(CURLOPT_URL, url.c_str(), nullptr)
                               .set(CURLOPT_RANGE, range_text(offset, length).c_str(), nullptr)
                               .set(CURLOPT_NOBODY, 0L, 0L)

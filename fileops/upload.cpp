@@ -10,6 +10,7 @@
 #include "transport/command_list.h"
 #include "transport/lease.h"
 #include "transport/progress.h"
+#include "transport/sftp_buffers.h"
 #include "transport/transfer.h"
 
 namespace ftp_plugin {
@@ -43,9 +44,10 @@ AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, IC
     _RAREADCTX context{0, std::move(handle), cache, static_cast<std::uint64_t>(file->size)};
     // The progress pair stays set on the handle, so its record belongs to the connection.
     con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
+    transfer request{con};
+    if (is_sftp()) request.set(CURLOPT_UPLOAD_BUFFERSIZE, kSftpUploadBuffer, kDefaultUploadBuffer);
     const CURLcode code =
-        transfer{con}
-            .set(CURLOPT_QUOTE, commands.get(), nullptr)
+        request.set(CURLOPT_QUOTE, commands.get(), nullptr)
             .set(CURLOPT_URL, url.c_str(), nullptr)
             .set(CURLOPT_UPLOAD, 1L, 0L)
             .set(CURLOPT_READDATA, &context, nullptr)

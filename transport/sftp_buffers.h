@@ -7,18 +7,25 @@
 
 namespace ftp_plugin {
 
-inline constexpr long kSmallestDownloadBuffer = 16L * 1024;
+/// What a handle has that nobody asked for anything else.
+inline constexpr long kDefaultDownloadBuffer = 16L * 1024;
+inline constexpr long kDefaultUploadBuffer = 64L * 1024;
+
+inline constexpr long kSmallestDownloadBuffer = 8L * 1024;
 inline constexpr long kLargestDownloadBuffer = 512L * 1024;
 /// CURLOPT_UPLOAD_BUFFERSIZE; the largest that libcurl takes.
 inline constexpr long kSftpUploadBuffer = 2L * 1024 * 1024;
 
-/// CURLOPT_BUFFERSIZE for a read of `range` bytes: the greatest power of two that is at most a quarter of the
-/// range, so more than an eighth, within 16 KiB and 512 KiB. libcurl asks for four buffers whatever the range
-/// is, so a buffer larger than a quarter of it would be received in vain.
+/// Part of a range that one buffer takes. libcurl keeps asking for what lies four buffers ahead and so
+/// receives nearly three buffers behind the end of the range. Measured with ranges of 64 KiB to 8 MiB: at an
+/// eleventh at most 1.26 times the range arrives (1.35 at an eighth, 1.7 at a quarter), in one round trip
+/// more than at a quarter.
+inline constexpr long long kBuffersInARange = 11;
+
+/// CURLOPT_BUFFERSIZE for a read of `range` bytes.
 [[nodiscard]] constexpr long download_buffer_size(long long range) noexcept {
-  long size = kSmallestDownloadBuffer;
-  while (size < kLargestDownloadBuffer && 2LL * size <= range / 4) size *= 2;
-  return size;
+  return static_cast<long>(
+      std::clamp<long long>(range / kBuffersInARange, kSmallestDownloadBuffer, kLargestDownloadBuffer));
 }
 
 }  // namespace ftp_plugin

@@ -6,7 +6,9 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <chrono>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -14,11 +16,13 @@
 
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
+#include "tests/fakes/relay.h"
 #include "tests/fakes/sshd.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -217,6 +221,60 @@ TEST_F(SftpFiles, TheHomeDirectoryMayBeTheRoot) {
   fakes::FetchSink sink;
   EXPECT_EQ(protocol->Read("/f", 0, 3, nullptr, &sink, nullptr), SUCCESS);
   EXPECT_EQ(sink.bytes(), "abc");
+}
+
+class DistantSftp : public SftpFiles {
+ protected:
+  /// Logs in over a line of 20 ms round-trip time.
+  void connect_from_far() {
+    const std::string url = "sftp://127.0.0.1:" + std::to_string(relay.port()) + server.home().string();
+    ASSERT_EQ(
+        protocol->Connect(nullptr, fakes::login_document(url, server.user(), server.password()).c_str()),
+        SUCCESS);
+  }
+
+  fakes::Relay relay{server.host(), server.port(), {.delay = 10ms}};
+};
+
+TEST_F(DistantSftp, ARangeBringsInLittleMoreThanWasAskedFor) {
+  const std::string bytes(4 * 1024 * 1024, 'x');
+  add("f", bytes, 1);
+  connect_from_far();
+  for (const std::size_t length : {64U * 1024, 1024U * 1024}) {
+    const std::size_t before = relay.from_server();
+    fakes::FetchSink sink;
+    ASSERT_EQ(protocol->Read("/f", 1000, static_cast<long long>(length), nullptr, &sink, nullptr), SUCCESS);
+    EXPECT_EQ(sink.bytes().size(), length);
+    // The next request is answered behind whatever is still on the road.
+    ASSERT_EQ(protocol->Read("/f", 0, 1, nullptr, &sink, nullptr), SUCCESS);
+    EXPECT_LT(relay.from_server() - before, length * 14 / 10 + 3'000);
+  }
+}
+
+TEST_F(DistantSftp, ALargeReadKeepsManyBuffersOnTheRoad) {
+  const std::string bytes(8 * 1024 * 1024, 'x');
+  add("f", bytes, 1);
+  connect_from_far();
+  fakes::FetchSink sink;
+  const auto begin = std::chrono::steady_clock::now();
+  ASSERT_EQ(protocol->Read("/f", 0, static_cast<long long>(bytes.size()), nullptr, &sink, nullptr), SUCCESS);
+  // In libcurl's own four times 16 KiB for each round trip it would take 2.5 s.
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 2000ms);
+  EXPECT_EQ(sink.bytes(), bytes);
+}
+
+TEST_F(DistantSftp, ADeleteWaitsWithoutSpinning) {
+  add("f", "x", 1);
+  connect_from_far();
+  const auto cpu_ms = [] {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+  };
+  const double before = cpu_ms();
+  ASSERT_EQ(protocol->Delete("/f", nullptr), SUCCESS);
+  EXPECT_LT(cpu_ms() - before, 10) << "it takes three round trips of 20 ms";
+  EXPECT_FALSE(fs::exists(server.home() / "f"));
 }
 
 TEST_F(SftpFiles, AnEmptyDirectoryHoldsTheTwoDots) {
