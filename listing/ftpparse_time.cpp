@@ -64,7 +64,11 @@ std::int64_t totai(std::int64_t year, std::int64_t month, std::int64_t mday) noe
   const std::int64_t tenths = wrapping_add(wrapping_mul(wrapping_sub(mday, 1), 10), 5);
   std::int64_t day = wrapping_add(tenths, wrapping_mul(306, month)) / 10;
 
-  if (day == kDaysPerYear) {  // 29 February closes its four years
+  // 29 February closes its four years. Kept on purpose: asked for in a year without one it is the last one
+  // before
+  // ("Feb 29  2019" is 2016-02-29), where a calendar would say 1 March. A host that compares times would see
+  // such files change. Pinned by Totai.TakesTheLeapDayOfAYearWithoutOneForTheLastThereWas.
+  if (day == kDaysPerYear) {
     year = wrapping_sub(year, 3);
     day = kDaysPer4Years - 1;
   } else {
