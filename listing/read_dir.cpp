@@ -55,8 +55,9 @@ int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
                         : *is_mlsd ? list_mlsd(con, command, bytes)
                                    : list_url(con, request_url(con, path), bytes);
   if (code != CURLE_OK) return fail(code);
-  *data = bytes.release_text().release();
+  malloc_block text = bytes.release_text();
   borrowed.give_back();
+  *data = text.release();  // the caller's from here on; nothing can throw any more
   return kOk;
 }
 
