@@ -20,6 +20,8 @@ std::size_t read_callback_cache_func(char* buffer, std::size_t size, std::size_t
     request.handle = context.handle;
     request.file_size = context.size;
     context.cache->ReadBlock(&request);
+    // libcurl refuses more than it asked for, but takes one number among those for a wish to pause.
+    if (request.done > request.length) return request.length + 1;
     context.offset += request.done;
     if (is_stopped(context.handle)) return CURL_READFUNC_ABORT;
     if (context.handle != nullptr) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <stdexcept>
@@ -24,12 +25,13 @@ class Cache final : public ICacheIO {
     const auto offset = static_cast<std::size_t>(request->offset);
     const std::size_t n = std::min({bytes.size() - offset, static_cast<std::size_t>(request->length), most});
     std::memcpy(request->buffer, bytes.data() + offset, n);
-    request->done = n;
+    request->done = lie == 0 ? n : lie;
     if (on_read) on_read();
     return -1;  // ignored
   }
   std::string bytes;
   std::size_t most = SIZE_MAX;
+  std::uint64_t lie = 0;  // what `done` says instead of the truth; 0: the truth
   int calls = 0;
   std::shared_ptr<_FS_HANDLE> handle;
   std::function<void()> on_read;
@@ -79,6 +81,18 @@ TEST_F(UploadContext, AStopDuringTheReadAbortsAndLeavesThePosition) {
   cache.on_read = [this] { handle->state = 4; };
   EXPECT_EQ(ask(1, 64), CURL_READFUNC_ABORT);
   EXPECT_EQ(handle->position, 0);
+}
+
+TEST_F(UploadContext, MoreThanWasAskedForIsRefused) {
+  cache.bytes = "abc";
+  // The second is a number that libcurl reads as "pause", the last one wraps the offset.
+  for (const std::uint64_t lie : {std::uint64_t{65}, std::uint64_t{CURL_READFUNC_PAUSE}, UINT64_MAX}) {
+    context.offset = 0;
+    cache.lie = lie;
+    EXPECT_EQ(ask(1, 64), 65U) << "libcurl ends the transfer on more than the buffer holds";
+    EXPECT_EQ(context.offset, 0U);
+    EXPECT_EQ(handle->position, 0);
+  }
 }
 
 TEST_F(UploadContext, AThrowingCacheAborts) {
