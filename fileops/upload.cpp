@@ -46,18 +46,20 @@ AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, IC
     con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
     transfer request{con};
     if (is_sftp()) request.set(CURLOPT_UPLOAD_BUFFERSIZE, kSftpUploadBuffer, kDefaultUploadBuffer);
-    const CURLcode code =
-        request.set(CURLOPT_QUOTE, commands.get(), nullptr)
-            .set(CURLOPT_URL, url.c_str(), nullptr)
-            .set(CURLOPT_UPLOAD, 1L, 0L)
-            .set(CURLOPT_READDATA, &context, nullptr)
-            .set(CURLOPT_READFUNCTION, &read_callback_cache_func, nullptr)
-            .set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(file->size), curl_off_t{0})
-            .keep(CURLOPT_XFERINFOFUNCTION, &_CURL_PROGRESS)
-            .keep(CURLOPT_XFERINFODATA, &con.upload_progress())
-            .set(CURLOPT_NOPROGRESS, 0L, 1L)
-            .run();
+    CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
+                        .set(CURLOPT_URL, url.c_str(), nullptr)
+                        .set(CURLOPT_UPLOAD, 1L, 0L)
+                        .set(CURLOPT_READDATA, &context, nullptr)
+                        .set(CURLOPT_READFUNCTION, &read_callback_cache_func, nullptr)
+                        .set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(file->size), curl_off_t{0})
+                        .keep(CURLOPT_XFERINFOFUNCTION, &_CURL_PROGRESS)
+                        .keep(CURLOPT_XFERINFODATA, &con.upload_progress())
+                        .set(CURLOPT_NOPROGRESS, 0L, 1L)
+                        .run();
     con.upload_progress() = {};  // the host's context may end with this call
+    // libcurl compares the lengths on FTP only; a part of a file is no stored file on SFTP either.
+    const bool whole = file->size < 0 || context.offset == context.size;  // below 0: of unknown size
+    if (code == CURLE_OK && !whole) code = CURLE_PARTIAL_FILE;
     if (code != CURLE_OK) return fail(code);
     borrowed.give_back();
     file->attr = FS_ATTR_FILE;

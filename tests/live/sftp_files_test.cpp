@@ -223,6 +223,43 @@ TEST_F(SftpFiles, TheHomeDirectoryMayBeTheRoot) {
   EXPECT_EQ(sink.bytes(), "abc");
 }
 
+TEST_F(SftpFiles, AnUploadThatIsNotTheWholeFileFails) {
+  connect();
+  struct Case {
+    const char* what;
+    std::size_t held;  // by the cache
+    std::uint64_t end_at;
+  };
+  for (const auto& [what, held, end_at] : {Case{"stops early", 200'000, 100'000}, Case{"has nothing", 0, 0},
+                                           Case{"has more", 300'000, 300'000}}) {
+    SCOPED_TRACE(what);
+    log.clear();
+    fakes::CacheSource cache{std::string(held, 'x'), {.end_at = end_at}};
+    _FS_FILE_V2 record;
+    record.name = "new.bin";
+    record.size = 200'000;
+    EXPECT_EQ(protocol->Upload("/", nullptr, &cache, &record, UPLOAD_FLAG{}, nullptr), FILE_WRITE_FAILED);
+    EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] Upload id: [new.bin] , exec error: [18]"));
+    EXPECT_EQ(record.attr, 0) << "the record is as it was";
+  }
+}
+
+TEST_F(SftpFiles, AnUploadOfTheWholeFileIsReadAgain) {
+  connect();
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{200'000}}) {
+    SCOPED_TRACE(size);
+    const std::string bytes(size, 'x');
+    fakes::CacheSource cache{bytes, {.block_limit = 65'536}};
+    _FS_FILE_V2 record;
+    record.name = "new.bin";
+    record.size = static_cast<std::int64_t>(size);
+    EXPECT_EQ(protocol->Upload("/", nullptr, &cache, &record, UPLOAD_FLAG{}, nullptr), SUCCESS);
+    EXPECT_EQ(record.attr, FS_ATTR_FILE);
+    EXPECT_EQ(record.size, static_cast<std::int64_t>(size));
+    EXPECT_EQ(fs::file_size(server.home() / "new.bin"), size);
+  }
+}
+
 class DistantSftp : public SftpFiles {
  protected:
   /// Logs in over a line of 20 ms round-trip time.
