@@ -31,6 +31,10 @@ const std::map<std::string, std::function<Daemon()>> kServers = {
     {"vsftpd-tls", [] { return fakes::start_vsftpd({.tls = Tls::kExplicit}); }},
     {"vsftpd-implicit-tls", [] { return fakes::start_vsftpd({.tls = Tls::kImplicit}); }},
     {"pure-ftpd", [] { return fakes::start_pure_ftpd(); }},
+    {"pyftpdlib", [] { return fakes::start_pyftpdlib(); }},
+    {"pyftpdlib-tls", [] { return fakes::start_pyftpdlib({.tls = Tls::kExplicit}); }},
+    {"inetutils-ftpd", [] { return fakes::start_inetutils_ftpd(); }},
+    {"proftpd-sftp", [] { return fakes::start_proftpd_sftp(); }},
     {"pure-ftpd-tls", [] { return fakes::start_pure_ftpd({.tls = Tls::kExplicit}); }},
 };
 

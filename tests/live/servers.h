@@ -30,7 +30,9 @@ inline std::vector<Server> every_ftp_server() {
           {"VsftpdExplicitTls", fakes::start_vsftpd, {.tls = Tls::kExplicit}, false},
           {"VsftpdImplicitTls", fakes::start_vsftpd, {.tls = Tls::kImplicit}, false},
           {"PureFtpd", fakes::start_pure_ftpd, {}, true},
-          {"PureFtpdExplicitTls", fakes::start_pure_ftpd, {.tls = Tls::kExplicit}, true}};
+          {"PureFtpdExplicitTls", fakes::start_pure_ftpd, {.tls = Tls::kExplicit}, true},
+          {"Pyftpdlib", fakes::start_pyftpdlib, {}, true},
+          {"PyftpdlibExplicitTls", fakes::start_pyftpdlib, {.tls = Tls::kExplicit}, true}};
 }
 
 /// Without those that are reached through the fall-back only: each login there waits ten seconds for the
