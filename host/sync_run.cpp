@@ -39,7 +39,6 @@ SyncRun::SyncRun(Session& session, Console& console, LocalTree& local, RemoteTre
     : session_{session},
       console_{console},
       local_{local},
-      remote_{remote},
       source_{options.upload ? static_cast<Tree&>(local) : remote},
       target_{options.upload ? static_cast<Tree&>(remote) : local},
       options_{options},

@@ -50,7 +50,6 @@ class SyncRun {
   Session& session_;
   Console& console_;
   LocalTree& local_;
-  RemoteTree& remote_;
   Tree& source_;
   Tree& target_;
   const SyncOptions& options_;
