@@ -223,6 +223,115 @@ TEST_F(SftpFiles, TheHomeDirectoryMayBeTheRoot) {
   EXPECT_EQ(sink.bytes(), "abc");
 }
 
+TEST_F(SftpFiles, RangesEndWithTheFile) {
+  add("f", "0123456789", 1);
+  add("empty", "", 1);
+  connect();
+  struct Case {
+    const char* path;
+    long long offset;
+    long long length;
+    AERROR result;
+    std::string bytes;
+  };
+  // One connection for all of them: none may leave anything behind for the next.
+  for (const auto& [path, offset, length, result, bytes] : {
+           Case{"/f", 0, 10, SUCCESS, "0123456789"},
+           Case{"/f", 9, 1, SUCCESS, "9"},
+           Case{"/f", 10, 5, SUCCESS, ""},   // from its end on
+           Case{"/f", 4, 100, SUCCESS, ""},  // across its end: what is left below a block is not delivered
+           Case{"/empty", 0, 5, SUCCESS, ""},
+           Case{"/f", 3, 4, SUCCESS, "3456"},
+           Case{"/f", 11, 5, FILE_READ_FAILED, ""},
+           Case{"/none", 0, 5, FILE_READ_FAILED, ""},
+           Case{"/f", 3, 4, SUCCESS, "3456"},
+       }) {
+    SCOPED_TRACE(std::string{path} + " from " + std::to_string(offset));
+    fakes::FetchSink sink;
+    EXPECT_EQ(protocol->Read(path, offset, length, nullptr, &sink, nullptr), result);
+    EXPECT_EQ(sink.bytes(), bytes);
+  }
+  EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] Read id: [/f] , exec error: [36]"));
+  EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] Read id: [/none] , exec error: [78]"));
+}
+
+TEST_F(SftpFiles, CommandsTakeAwkwardNames) {
+  connect();
+  for (const std::string name :
+       {" lead and trail ", "it's", "a;b", "*", "%s%n", "#1", "-dash", "Überraschung"}) {
+    SCOPED_TRACE(name);
+    file = {};
+    file.name = name;
+    ASSERT_EQ(protocol->CreateDirectory("", &file, nullptr), SUCCESS);
+    EXPECT_EQ(file.id, "/" + name);
+    EXPECT_EQ(file.attr, FS_ATTR_DIRECTORY);
+    fakes::CacheSource cache{"abc"};
+    file = {};
+    file.name = name;
+    file.size = 3;
+    const std::string folder = "/" + name;
+    ASSERT_EQ(protocol->Upload(folder.c_str(), nullptr, &cache, &file, UPLOAD_FLAG{}, nullptr), SUCCESS);
+    EXPECT_EQ(fs::file_size(server.home() / name / name), 3U);
+
+    file.name = name + "2";
+    ASSERT_EQ(protocol->Rename((folder + "/" + name).c_str(), folder.c_str(), &file, nullptr), SUCCESS);
+    EXPECT_EQ(file.id, folder + "/" + name + "2");
+    EXPECT_EQ(file.size, 3);
+    EXPECT_TRUE(fs::exists(server.home() / name / (name + "2")));
+    EXPECT_EQ(protocol->DeleteDirectory(folder.c_str(), nullptr), FAILED) << "it is not empty";
+    EXPECT_EQ(protocol->Delete((folder + "/" + name + "2").c_str(), nullptr), SUCCESS);
+    EXPECT_EQ(protocol->DeleteDirectory(folder.c_str(), nullptr), SUCCESS);
+    EXPECT_FALSE(fs::exists(server.home() / name));
+  }
+}
+
+TEST_F(SftpFiles, NamesThatACommandWouldChangeAreRefused) {
+  // What libcurl would take instead of the names below.
+  for (const char* name : {"a", "ab", "a\"b", "a\\"}) add(name, "kept", 1);
+  connect();
+  struct Case {
+    std::string name;
+    int code;
+  };
+  for (const auto& [name, code] : {Case{"a\"b", 21}, Case{"a\"", 21}, Case{"a\\", 21}, Case{"a\\b", 21},
+                                   Case{"a\nrm a", 3}, Case{"a\r", 3}}) {
+    SCOPED_TRACE(testing::PrintToString(name));
+    const std::string path = "/" + name;
+    const std::string error = ", exec error: [" + std::to_string(code) + "]";
+    log.clear();
+    EXPECT_EQ(protocol->Delete(path.c_str(), nullptr), FAILED);
+    EXPECT_EQ(protocol->DeleteDirectory(path.c_str(), nullptr), FAILED);
+    EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] _Delete id: [" + path + "] " + error).Times(2));
+
+    file = {};
+    file.name = name;
+    EXPECT_EQ(protocol->CreateDirectory("", &file, nullptr), FOLDER_CREATION_FAILED);
+    EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] CreateDirectory id: [] " + error));
+
+    const std::string move_error = "] exec error: [" + std::to_string(code) + "]";
+    EXPECT_EQ(protocol->Move("/ab", "", &file, nullptr), FILE_WRITE_FAILED);
+    EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] Move src: [/ab] , target: [" + name + move_error));
+    file.name = "new";
+    EXPECT_EQ(protocol->Rename(path.c_str(), "", &file, nullptr), FILE_WRITE_FAILED);
+    EXPECT_EQ(protocol->MoveDir(path.c_str(), "", &file, nullptr), FILE_WRITE_FAILED);
+    EXPECT_THAT(log.operations(),
+                Contains("8 [PROTOCOL  ] Move src: [" + path + "] , target: [new" + move_error).Times(2));
+  }
+  EXPECT_EQ(list("").size(), 6U) << "four files and the two dots";
+  for (const char* name : {"a", "ab", "a\"b", "a\\"}) {
+    EXPECT_EQ(fs::file_size(server.home() / name), 4U) << name;
+  }
+}
+
+TEST_F(SftpFiles, TimesAreNotSet) {
+  add("f", "x", 1577836805);
+  connect();
+  file.modify_time = "as it was";
+  EXPECT_EQ(protocol->SetFileTime("/f", "", "", "2024-03-05T07:08:09Z", &file, nullptr), NOT_SUPPORTED);
+  EXPECT_EQ(file.modify_time, "as it was");
+  EXPECT_THAT(log.operations(), testing::ElementsAre("1 [PROTOCOL  ] SetFileTime id: [/f]"));
+}
+
 TEST_F(SftpFiles, AnUploadThatIsNotTheWholeFileFails) {
   connect();
   struct Case {
