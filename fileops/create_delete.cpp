@@ -63,6 +63,7 @@ AERROR Protocol::_Delete(const char* path, char** message, bool directory) {
   if (con.GETCURL() == nullptr) return FAILED;
   const CURLcode code = run_post_quote(con, {delete_command(server_path, is_sftp(), directory)});
   if (code != CURLE_OK) return fail(code);
+  if (directory) borrowed.folder_was_moved();
   borrowed.give_back();
   return SUCCESS;
 }

@@ -65,6 +65,7 @@ AERROR Protocol::Move(const char* src, const char* target, _FS_FILE_V2* file, ch
     if (con.GETCURL() == nullptr) return FAILED;
     const CURLcode code = run_post_quote(con, rename_commands(source, destination, is_sftp()));
     if (code != CURLE_OK) return fail(code);
+    if (file->attr != FS_ATTR_FILE) borrowed.folder_was_moved();
     borrowed.give_back();
     return GetFileInfo(id.c_str(), file, nullptr);
   });

@@ -140,6 +140,20 @@ void connection::close() {
   if (curl_ != nullptr) curl_->Clear();
 }
 
+// libcurl stays where it is when the next path has the same folder as the last one, by name. On a server
+// whose working directory follows a folder that was renamed, a file for the new folder of the old name would
+// be stored in the renamed one, and be found there again. A request for the base URL enters the login
+// directory, and sends nothing when the connection is there already. Pinned by
+// LiveChanges.AFolderOfAnOldNameIsNotTakenForTheMovedOne.
+void connection::leave_moved_folder(std::uint64_t moves) {
+  if (std::exchange(folder_moves_, moves) == moves) return;
+  CURL* curl = GETCURL();
+  if (curl == nullptr || is_sftp() || !driver_->control_is_open(curl)) return;
+  curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
+  exec(kConnectTimeoutSeconds, true);  // a failure closes the control connection, which is as good
+  curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
+}
+
 void connection::forget_control() noexcept {
   if (driver_ != nullptr) driver_->close_connections(GETCURL());
 }

@@ -5,6 +5,7 @@
 
 #include <curl/curl.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -56,6 +57,11 @@ class connection : pinned {
   /// Makes the next request begin on a fresh control connection.
   void forget_control() noexcept;
 
+  /// Goes back to the login directory when `moves`, the number of folders moved so far, has changed since the
+  /// last call: the directory that this connection stands in may have another name now. To be called before
+  /// the request's options are set.
+  void leave_moved_folder(std::uint64_t moves);
+
   /// Progress record of the upload that last ran here; stays set on the handle after the upload.
   [[nodiscard]] progress_binding& upload_progress() noexcept { return upload_progress_; }
 
@@ -65,6 +71,7 @@ class connection : pinned {
   settings_map settings_;
   sftp_channel sftp_{settings_};
   progress_binding upload_progress_{};
+  std::uint64_t folder_moves_ = 0;
   std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver
   std::shared_ptr<CURLLogger> curl_;
 };

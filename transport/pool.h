@@ -1,6 +1,7 @@
 // The idle, logged-in connections of one configured server, so that successive operations share a login.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -41,6 +42,10 @@ class pool : pinned {
   /// Closes every idle connection.
   void destroy();
 
+  /// To be called when a folder was moved or removed: a connection that stands in it may stand elsewhere now.
+  void count_folder_move() noexcept { ++folder_moves_; }
+  [[nodiscard]] std::uint64_t folder_moves() const noexcept { return folder_moves_; }
+
   /// Whether names travel in UTF-8.
   [[nodiscard]] bool utf8() const noexcept { return utf8_; }
   /// Whether the server accepted the choice of MLST facts, and so lists with MLSD.
@@ -57,6 +62,7 @@ class pool : pinned {
   std::int32_t min_connections_ = 1;
   bool utf8_ = false;
   bool mlst_ = false;
+  std::atomic<std::uint64_t> folder_moves_{0};
   std::mutex lock_;
 };
 

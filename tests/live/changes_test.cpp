@@ -4,11 +4,14 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <latch>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/live/servers.h"
@@ -193,6 +196,74 @@ TEST_P(LiveChanges, WhereTheServerMayNotWriteFails) {
   EXPECT_EQ(session->Rename("/locked/a.txt", "/locked", &(file = named("b")), nullptr), FILE_WRITE_FAILED);
   EXPECT_EQ(session->Delete("/locked/a.txt", nullptr), FAILED);
   EXPECT_EQ(bytes_of(locked / "a.txt"), "hello");
+}
+
+/// Holds every upload until the others have come as far.
+class MeetingCache final : public ICacheIO {
+ public:
+  explicit MeetingCache(std::latch& all) : all_{all} {}
+  ~MeetingCache() {
+    if (!met_) all_.count_down();  // the others do not wait for an upload that never came so far
+  }
+  int ReadBlock(CACHE_READ_REQUEST* request) override {
+    met_ = true;
+    all_.arrive_and_wait();
+    std::memcpy(request->buffer, "x", 1);
+    request->done = 1;
+    return 0;
+  }
+
+ private:
+  std::latch& all_;
+  bool met_ = false;
+};
+
+/// Leaves six idle connections that stand in `folder`, and a file 0 to 5 for each.
+void fill_by_six(const Session& session, const char* folder) {
+  constexpr int kConnections = 6;
+  std::latch all{kConnections};
+  std::vector<std::thread> threads;
+  for (int n = 0; n < kConnections; ++n) {
+    threads.emplace_back([&, n] {
+      MeetingCache cache{all};
+      _FS_FILE_V2 file = named(std::to_string(n));
+      file.size = 1;
+      EXPECT_EQ(session->Upload(folder, fakes::make_handle(), &cache, &file, UPLOAD_FLAG_NONE, nullptr),
+                SUCCESS);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_P(LiveChanges, AFolderOfAnOldNameIsNotTakenForTheMovedOne) {
+  server_.add_folder("docs");
+  const Session session{server_};
+  fill_by_six(session, "/docs");
+  _FS_FILE_V2 file = named("old");
+  ASSERT_EQ(session->MoveDir("/docs", "", &file, nullptr), SUCCESS) << session.transcript();
+  file = named("docs");
+  ASSERT_EQ(session->CreateDirectory("", &file, nullptr), SUCCESS) << session.transcript();
+  for (int n = 0; n < 6; ++n) {
+    fakes::CacheSource cache{"new"};
+    file = named("new" + std::to_string(n));
+    file.size = 3;
+    EXPECT_EQ(session->Upload("/docs", fakes::make_handle(), &cache, &file, UPLOAD_FLAG_NONE, nullptr),
+              SUCCESS);
+    EXPECT_TRUE(exists("docs/" + file.name)) << n;
+    EXPECT_FALSE(exists("old/" + file.name)) << n;
+  }
+}
+
+TEST_P(LiveChanges, AFolderThatIsCreatedAgainIsNotTakenForTheDeletedOne) {
+  server_.add_folder("docs");
+  const Session session{server_};
+  fill_by_six(session, "/docs");
+  for (int n = 0; n < 6; ++n) fs::remove(server_.folder() / "docs" / std::to_string(n));
+  ASSERT_EQ(session->DeleteDirectory("/docs", nullptr), SUCCESS) << session.transcript();
+  _FS_FILE_V2 file = named("docs");
+  ASSERT_EQ(session->CreateDirectory("", &file, nullptr), SUCCESS) << session.transcript();
+  fill_by_six(session, "/docs");
+  for (int n = 0; n < 6; ++n) EXPECT_TRUE(exists("docs/" + std::to_string(n))) << n;
 }
 
 INSTANTIATE_TEST_SUITE_P(, LiveChanges, testing::ValuesIn(live::directly_reached_ftp_servers()),

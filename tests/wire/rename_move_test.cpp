@@ -1,5 +1,7 @@
 // Renaming and moving: two commands, what the record holds afterwards, and what becomes of the connection.
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "tests/wire/changes_fixture.h"
 #include "tests/wire/latin1_locale.h"
@@ -8,6 +10,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -278,6 +281,65 @@ TEST_F(MoveDir, MarksTheRecordAsADirectoryAndReadsTheParentAgain) {
   EXPECT_EQ(file.attr, FS_ATTR_DIRECTORY);
   EXPECT_EQ(file.modify_time, "1999-12-31T23:59:59.000Z");
   expect_kept();
+}
+
+/// Three idle connections that stand in /docs.
+class WithThreeConnections : public wire::Changes {
+ protected:
+  void three_connections() {
+    fakes::Gate gate;
+    server.on("STOR").on_connection(1).hold(gate);
+    server.on("STOR").on_connection(2).hold(gate);
+    connected();
+    std::vector<std::thread> threads;
+    for (const char* name : {"1", "2", "3"}) {
+      threads.emplace_back([this, name] {
+        fakes::CacheSource cache{"x"};
+        _FS_FILE_V2 file = named(name);
+        file.size = 1;
+        EXPECT_EQ(protocol->Upload("/docs", fakes::make_handle(), &cache, &file, UPLOAD_FLAG_NONE, nullptr),
+                  SUCCESS);
+      });
+    }
+    EXPECT_TRUE(gate.await_arrivals(2));
+    EXPECT_TRUE(server.wait_for([this] { return server.connections_seen() == 3; }));
+    gate.open();
+    for (std::thread& thread : threads) thread.join();
+    (void)server.take_dialogue();
+  }
+};
+using MovedFolder = WithThreeConnections;
+
+TEST_F(MovedFolder, IsLeftByEveryConnectionThatStandsInIt) {
+  three_connections();
+  _FS_FILE_V2 file = named("other", FS_ATTR_DIRECTORY);
+  EXPECT_EQ(protocol->Move("/docs/sub", "/docs", &file, nullptr), SUCCESS);  // takes two connections
+  (void)server.take_dialogue();
+  EXPECT_EQ(protocol->GetFileInfo("/docs/a.txt", &(file = {}), nullptr), SUCCESS);
+  EXPECT_THAT(server.take_dialogue(),
+              ElementsAre(EndsWith(": CWD /"), EndsWith(": CWD /"), EndsWith(": CWD docs"),
+                          EndsWith(": MDTM a.txt"), EndsWith(": SIZE a.txt"), EndsWith(": REST 0")));
+}
+
+TEST_F(MovedFolder, IsNotMetByAFileThatMoves) {
+  three_connections();
+  _FS_FILE_V2 file = named("b.txt");
+  EXPECT_EQ(protocol->Move("/docs/a.txt", "/docs", &file, nullptr), SUCCESS);
+  (void)server.take_dialogue();
+  EXPECT_EQ(protocol->GetFileInfo("/docs/b.txt", &(file = {}), nullptr), SUCCESS);
+  EXPECT_THAT(server.take_dialogue(),
+              ElementsAre(EndsWith(": MDTM b.txt"), EndsWith(": SIZE b.txt"), EndsWith(": REST 0")));
+}
+
+TEST_F(MovedFolder, IsLikeARemovedOne) {
+  three_connections();
+  EXPECT_EQ(protocol->DeleteDirectory("/docs/sub", nullptr), SUCCESS);
+  (void)server.take_dialogue();
+  _FS_FILE_V2 file;
+  EXPECT_EQ(protocol->GetFileInfo("/docs/a.txt", &file, nullptr), SUCCESS);
+  EXPECT_THAT(server.take_dialogue(),
+              ElementsAre(EndsWith(": CWD /"), EndsWith(": CWD /"), EndsWith(": CWD docs"),
+                          EndsWith(": MDTM a.txt"), EndsWith(": SIZE a.txt"), EndsWith(": REST 0")));
 }
 
 TEST_F(MoveDir, LeavesTheMarkWhenItFails) {
