@@ -5,13 +5,13 @@
 
 namespace ftp_plugin {
 
-void Protocol::ftpparse_mlsd(std::string line, _FS_FILE_V2* record) { parse_mlsd_line(line, *record); }
+void Protocol::ftpparse_mlsd(const std::string& line, _FS_FILE_V2* record) { parse_mlsd_line(line, *record); }
 
-bool Protocol::ftpparse_vxworks(std::string line, const char*, _FS_FILE_V2* record) {
+bool Protocol::ftpparse_vxworks(const std::string& line, const char*, _FS_FILE_V2* record) {
   return parse_vxworks_line(line, *record);
 }
 
-bool Protocol::ftpparse_basic(std::string line, const char* path, _FS_FILE_V2* record) {
+bool Protocol::ftpparse_basic(const std::string& line, const char* path, _FS_FILE_V2* record) {
   const auto follow = link_follower();
   return parse_basic_line(line, {.path = path, .is_sftp = is_sftp(), .follow_link = &follow}, *record);
 }

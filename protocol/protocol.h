@@ -121,9 +121,9 @@ class Protocol : public IProtocol_V2 {
   [[nodiscard]] std::string _encode(std::string name, bool convert) const;
 
   // listing/line_parsers.cpp
-  void ftpparse_mlsd(std::string line, _FS_FILE_V2* record);
-  bool ftpparse_vxworks(std::string line, const char* path_text, _FS_FILE_V2* record);
-  bool ftpparse_basic(std::string line, const char* path, _FS_FILE_V2* record);
+  void ftpparse_mlsd(const std::string& line, _FS_FILE_V2* record);
+  bool ftpparse_vxworks(const std::string& line, const char* path_text, _FS_FILE_V2* record);
+  bool ftpparse_basic(const std::string& line, const char* path, _FS_FILE_V2* record);
   bool is_vxworks_server(const char* first_line);
   /// Fills a record with what a link of an SFTP listing points to.
   [[nodiscard]] std::function<void(const std::string& full_path, _FS_FILE_V2& target)> link_follower();
