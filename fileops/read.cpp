@@ -52,7 +52,8 @@ AERROR Protocol::Read(const char* path, long long offset, long long length,
     const auto context = make_context(offset, length, std::move(handle), callback);
     progress_binding progress = bind_progress(context->handle.get(), con.GETCURL());
     transfer request{con};
-    if (is_sftp()) request.set(CURLOPT_BUFFERSIZE, download_buffer_size(length), kDefaultDownloadBuffer);
+    if (is_sftp())
+      request.set(CURLOPT_BUFFERSIZE, download_buffer_size(length, speed_limit), kDefaultDownloadBuffer);
     const CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
                               .set(CURLOPT_URL, url.c_str(), nullptr)
                               .set(CURLOPT_RANGE, range_text(offset, length).c_str(), nullptr)

@@ -45,7 +45,8 @@ AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, IC
     // The progress pair stays set on the handle, so its record belongs to the connection.
     con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
     transfer request{con};
-    if (is_sftp()) request.set(CURLOPT_UPLOAD_BUFFERSIZE, kSftpUploadBuffer, kDefaultUploadBuffer);
+    if (is_sftp())
+      request.set(CURLOPT_UPLOAD_BUFFERSIZE, upload_buffer_size(speed_limit), kDefaultUploadBuffer);
     CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
                         .set(CURLOPT_URL, url.c_str(), nullptr)
                         .set(CURLOPT_UPLOAD, 1L, 0L)

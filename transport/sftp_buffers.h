@@ -13,8 +13,7 @@ inline constexpr long kDefaultUploadBuffer = 64L * 1024;
 
 inline constexpr long kSmallestDownloadBuffer = 8L * 1024;
 inline constexpr long kLargestDownloadBuffer = 512L * 1024;
-/// CURLOPT_UPLOAD_BUFFERSIZE; the largest that libcurl takes.
-inline constexpr long kSftpUploadBuffer = 2L * 1024 * 1024;
+inline constexpr long kLargestUploadBuffer = 2L * 1024 * 1024;  ///< more libcurl does not take
 
 /// Part of a range that one buffer takes. libcurl keeps asking for what lies four buffers ahead and so
 /// receives nearly three buffers behind the end of the range. Measured with ranges of 64 KiB to 8 MiB: at an
@@ -22,10 +21,21 @@ inline constexpr long kSftpUploadBuffer = 2L * 1024 * 1024;
 /// more than at a quarter.
 inline constexpr long long kBuffersInARange = 11;
 
-/// CURLOPT_BUFFERSIZE for a read of `range` bytes.
-[[nodiscard]] constexpr long download_buffer_size(long long range) noexcept {
-  return static_cast<long>(
-      std::clamp<long long>(range / kBuffersInARange, kSmallestDownloadBuffer, kLargestDownloadBuffer));
+/// CURLOPT_BUFFERSIZE for a read of `range` bytes. Under a speed limit (bytes per second; 0 or below: none)
+/// libcurl pauses for as long as the last buffers should have taken. More than a second's worth at a time
+/// would overrun the limit, and then look like a server that has gone silent.
+[[nodiscard]] constexpr long download_buffer_size(long long range, long long speed_limit) noexcept {
+  constexpr long long kBuffersASecond = 4;
+  long long size = range / kBuffersInARange;
+  if (speed_limit > 0) size = std::min(size, speed_limit / kBuffersASecond);
+  return static_cast<long>(std::clamp<long long>(size, kSmallestDownloadBuffer, kLargestDownloadBuffer));
+}
+
+/// CURLOPT_UPLOAD_BUFFERSIZE. Under a speed limit a second's worth, so that the host's wish to stop, which is
+/// looked at once a buffer, does not wait for minutes.
+[[nodiscard]] constexpr long upload_buffer_size(long long speed_limit) noexcept {
+  if (speed_limit <= 0) return kLargestUploadBuffer;
+  return static_cast<long>(std::clamp<long long>(speed_limit, kDefaultUploadBuffer, kLargestUploadBuffer));
 }
 
 }  // namespace ftp_plugin

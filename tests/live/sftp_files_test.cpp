@@ -12,7 +12,9 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
@@ -367,6 +369,44 @@ TEST_F(SftpFiles, AnUploadOfTheWholeFileIsReadAgain) {
     EXPECT_EQ(record.size, static_cast<std::int64_t>(size));
     EXPECT_EQ(fs::file_size(server.home() / "new.bin"), size);
   }
+}
+
+/// Stops the transfer behind 300,000 bytes and tells how long they took, from the first on.
+class FirstBytes final : public IFetchCallback {
+ public:
+  explicit FirstBytes(std::shared_ptr<_FS_HANDLE> handle) : handle_{std::move(handle)} {}
+  int Deliver(long long offset, const char*, long long length, long long) override {
+    if (offset == 0) begin_ = std::chrono::steady_clock::now();
+    if (offset + length >= 300'000) handle_->state = FS_HANDLE_STOP;
+    took = std::chrono::steady_clock::now() - begin_;
+    return 0;
+  }
+  std::chrono::steady_clock::duration took{};
+
+ private:
+  std::shared_ptr<_FS_HANDLE> handle_;
+  std::chrono::steady_clock::time_point begin_{};
+};
+
+TEST_F(SftpFiles, ALowSpeedLimitHoldsFromTheBeginningOfARead) {
+  constexpr std::size_t kSize = 6'000'000;  // so long that it would be read in the largest buffers
+  add("f", std::string(kSize, 'x'), 1);
+  connect();
+  ASSERT_EQ(protocol->SetOpt("speedlimit", "100000"), SUCCESS);
+  const auto handle = std::make_shared<_FS_HANDLE>();
+  FirstBytes sink{handle};
+  EXPECT_EQ(protocol->Read("/f", 0, kSize, handle, &sink, nullptr), READ_CANCELED);
+  EXPECT_GT(sink.took, 1500ms);
+}
+
+TEST_F(SftpFiles, ALowSpeedLimitMakesTheBlocksOfAnUploadSmall) {
+  connect();
+  ASSERT_EQ(protocol->SetOpt("speedlimit", "100000"), SUCCESS);
+  fakes::CacheSource cache{std::string(200'000, 'x')};
+  file.name = "new.bin";
+  file.size = 200'000;
+  ASSERT_EQ(protocol->Upload("", nullptr, &cache, &file, UPLOAD_FLAG{}, nullptr), SUCCESS);
+  for (const auto& request : cache.requests()) EXPECT_LE(request.length, 100'000U);
 }
 
 class DistantSftp : public SftpFiles {
