@@ -1,6 +1,7 @@
 // The library and its objects before any server is involved.
 #include <array>
 #include <cstring>
+#include <stdexcept>
 
 #include "tests/wire/wire_fixture.h"
 
@@ -71,6 +72,28 @@ TEST(Object, AsksItsManagerOnceAndTellsItLater) {
     EXPECT_THAT(manager.notices(), ElementsAre("the value|pid|the value"));
   }
   EXPECT_EQ(manager.questions().size(), 1u);
+}
+
+TEST(Object, IsNotMadeWhenItsManagerThrowsOrItHasNoName) {
+  class : public IProtocolManager {
+    int QueryValue(const char*, char*, int*) override { throw std::runtime_error{"no value"}; }
+    int PostValue(const char*, const char*, const char*) override { return 0; }
+  } manager;
+  int untouched = 0;
+  void* out = &untouched;
+  EXPECT_FALSE(plugin().GetProtocol("ftp", &manager, &out));
+  EXPECT_FALSE(plugin().GetProtocol(nullptr, nullptr, &out));
+  EXPECT_EQ(out, &untouched);
+}
+
+TEST(Object, TellsTheSameTypeTextEveryTime) {
+  const ScopedProtocol protocol;
+  const ScopedProtocol other;
+  char* first = nullptr;
+  char* second = nullptr;
+  protocol->GetType(&first);
+  other->GetType(&second);
+  EXPECT_EQ(first, second);
 }
 
 TEST(Object, ReportsTenTebibytesUnlessToldOtherwise) {
