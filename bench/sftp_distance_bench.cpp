@@ -14,11 +14,13 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -51,6 +53,26 @@ std::string bytes_of(const std::filesystem::path& file) {
   std::ifstream in{file, std::ios::binary};
   return {std::istreambuf_iterator<char>{in}, {}};
 }
+
+/// Gone with the scope.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "sftp-bench-XXXXXX").string();
+    demand(mkdtemp(name.data()) != nullptr, "no temporary folder");
+    path_ = name;
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
 
 /// OpenSSH's client, logged in and waiting for commands.
 class SftpClient {
@@ -145,10 +167,8 @@ bool bench(int turns) {
   const auto file = server.home() / "file";
   std::ofstream{file, std::ios::binary} << content;
   server.hand_over();
-  char folder_name[] = "/tmp/sftp-bench-XXXXXX";
-  demand(mkdtemp(folder_name) != nullptr, "no temporary folder");
-  const std::filesystem::path folder = folder_name;
-  const auto copy = folder / "copy";
+  const TemporaryFolder folder;
+  const auto copy = folder.path() / "copy";
 
   const fakes::Relay relay{server.host(), server.port(), {.delay = kOneWay}};
   const std::string url = "sftp://127.0.0.1:" + std::to_string(relay.port()) + server.home().string();
@@ -184,8 +204,6 @@ bool bench(int turns) {
     });
     demand(bytes_of(server.home() / "uploaded") == content, "Upload stored other bytes");
   }
-  std::filesystem::remove_all(folder);
-
   std::printf(
       "16 MiB at %lld ms round trip, best of %d turns; the upload's look at the stored file included\n",
       static_cast<long long>((2 * kOneWay).count()), turns);
