@@ -169,7 +169,7 @@ ExitCode run_cat(Context& context) {
                 shown.moved(static_cast<std::int64_t>(length));
                 return true;
               });
-  if (refused) throw *refused;
+  if (refused) throw Failure{*refused};
   context.console.flush();
   return ExitCode::ok;
 }

@@ -67,7 +67,7 @@ std::string option_document(const Module& module) {
 std::string protocol_list(const Module& module) {
   char* text = nullptr;
   module.GetSupportProtocol(&text);
-  const std::string list = text == nullptr ? "" : text;
+  std::string list = text == nullptr ? "" : text;
   module.FreeP(text);
   return list;
 }

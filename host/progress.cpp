@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "host/names.h"
 
@@ -56,7 +57,7 @@ std::string byte_text(double bytes) {
 
 std::string duration_text(double seconds) {
   if (!(seconds >= 0) || seconds > kLongestShown) return "--:--";
-  const auto whole = static_cast<long>(seconds + 0.5);
+  const long whole = std::lround(seconds);
   const long hours = whole / 3600;
   if (hours > 0) return fmt::format("{}:{:02}:{:02}", hours, whole / 60 % 60, whole % 60);
   return fmt::format("{}:{:02}", whole / 60, whole % 60);

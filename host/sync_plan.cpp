@@ -84,6 +84,10 @@ class Planner {
     if (!target && place && source.name.starts_with('.')) {
       target = target_.find_hidden(*place, source.name, source.directory);
     }
+    if (target && target->directory && !source.directory) {
+      // A server lists links among the directories: it may be one to a file.
+      if (const std::optional<Entry> linked = target_.as_file(target->id)) target = linked;
+    }
     if (target && (target->directory != source.directory)) {
       if (!options_.remove) {
         throw Failure{ExitCode::other, path + ": the target has " +
@@ -106,8 +110,7 @@ class Planner {
     try {
       listing = source_.list(source.id);
     } catch (const Failure& failure) {
-      // A server lists links among the directories: it may be one to a file.
-      std::optional<Entry> linked;
+      std::optional<Entry> linked;  // a link to a file is listed as a directory here, too
       if (failure.code() != ExitCode::cancelled) linked = source_.as_file(source.id);
       if (!linked) throw;
       linked->name = source.name;

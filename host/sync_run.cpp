@@ -94,7 +94,8 @@ void SyncRun::settle_doubts(Plan& plan) {
     const Entry& listed = options_.upload ? *file.target : file.source;
     // A file that cannot be asked for is copied, and that tells what is wrong with it.
     try {
-      same[index] = compare(local, exact_file(session_, listed), true, options_.rules) == Verdict::same;
+      const Verdict verdict = compare(local, exact_file(session_, listed), true, options_.rules);
+      if (verdict == Verdict::same) same[index] = 1;
     } catch (const Failure& failure) {
       if (failure.code() == ExitCode::cancelled) throw;
     }

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -32,25 +33,31 @@ using fakes::Tls;
 
 struct Server {
   const char* label;
+  const char* scheme;
   std::function<Daemon()> start;
-  bool tls = false;
   bool hides_dots = false;  ///< names with a leading dot are not listed
+  bool takes_times = true;  ///< MFMT
 };
 void PrintTo(const Server& server, std::ostream* out) { *out << server.label; }
 
 // Without MLSD and MFMT times are rounded in the server's zone, and uploads are as old as their transfer.
 const Server kServers[] = {
-    {"ProFtpd", [] { return fakes::start_proftpd(); }},
-    {"ProFtpdExplicitTls", [] { return fakes::start_proftpd({.tls = Tls::kExplicit}); }, true},
-    {"ProFtpdListOnlyFarAway",
-     [] { return fakes::start_proftpd({.machine_listing = false, .time_zone = "America/New_York"}); }, false,
-     true},
-    {"ProFtpdWithoutUtf8", [] { return fakes::start_proftpd({.utf8 = false}); }},
-    {"Vsftpd", [] { return fakes::start_vsftpd(); }},
-    {"VsftpdExplicitTls", [] { return fakes::start_vsftpd({.tls = Tls::kExplicit}); }, true},
-    {"VsftpdFarAway", [] { return fakes::start_vsftpd({.time_zone = "Asia/Kolkata"}); }},
-    {"PureFtpd", [] { return fakes::start_pure_ftpd(); }},
+    {"ProFtpd", "ftp", [] { return fakes::start_proftpd(); }},
+    {"ProFtpdExplicitTls", "ftps", [] { return fakes::start_proftpd({.tls = Tls::kExplicit}); }},
+    {"ProFtpdListOnlyFarAway", "ftp",
+     [] { return fakes::start_proftpd({.machine_listing = false, .time_zone = "America/New_York"}); }, true,
+     false},
+    {"ProFtpdWithoutUtf8", "ftp", [] { return fakes::start_proftpd({.utf8 = false}); }},
+    {"Vsftpd", "ftp", [] { return fakes::start_vsftpd(); }, false, false},
+    {"VsftpdExplicitTls", "ftps", [] { return fakes::start_vsftpd({.tls = Tls::kExplicit}); }, false, false},
+    {"VsftpdFarAway", "ftp", [] { return fakes::start_vsftpd({.time_zone = "Asia/Kolkata"}); }, false, false},
+    {"PureFtpd", "ftp", [] { return fakes::start_pure_ftpd(); }},
+    {"ProFtpdSftp", "sftp", [] { return fakes::start_proftpd_sftp(); }, false, false},
 };
+const Server& server_named(const std::string& label) {
+  return *std::find_if(std::begin(kServers), std::end(kServers),
+                       [&](const Server& one) { return one.label == label; });
+}
 
 /// Every path below `folder`: of files size, a hash of the bytes and whole seconds; directories end in "/".
 std::map<std::string, std::string> tree_of(const fs::path& folder, bool times) {
@@ -80,10 +87,10 @@ class HostOnServers : public testing::TestWithParam<Server> {
     setenv("FTP_PASSWORD", server_.password().c_str(), 1);
     const bool bracketed = server_.host().find(':') != std::string::npos;
     const std::string host = bracketed ? "[" + server_.host() + "]" : server_.host();
-    // A path behind a second slash is absolute on the server, and not one of the login directory.
-    url_ = std::string{GetParam().tls ? "ftps" : "ftp"} + "://" + server_.user() + "@" + host + ":" +
-           std::to_string(server_.port()) +
-           (server_.remote_root().empty() ? "" : "/" + server_.remote_root());
+    const std::string scheme = GetParam().scheme;
+    url_ = scheme + "://" + server_.user() + "@" + host + ":" + std::to_string(server_.port());
+    // A path behind a second slash is absolute on an FTP server, and not one of the login directory.
+    if (!server_.remote_root().empty()) url_ += (scheme == "sftp" ? "" : "/") + server_.remote_root();
   }
   ~HostOnServers() override { fs::remove_all(folder_); }
 
@@ -191,8 +198,46 @@ TEST_P(HostOnServers, PutGetMoveAndRemoveWork) {
 INSTANTIATE_TEST_SUITE_P(, HostOnServers, testing::ValuesIn(kServers),
                          [](const auto& row) { return row.param.label; });
 
+TEST(HostOnAListingThatHangs, EndsWithTheTimeLimit) {
+  // A listing that begins with "total N" keeps the plug-in in its search for another header for ever.
+  Daemon server = fakes::start_inetutils_ftpd();
+  server.add_file("f", "hello");
+  setenv("FTP_PASSWORD", server.password().c_str(), 1);
+  const std::string url = "ftp://" + server.user() + "@" + server.host() + ":" +
+                          std::to_string(server.port()) +
+                          (server.remote_root().empty() ? "" : "/" + server.remote_root());
+  const std::string command = std::string{FTP_HOST} + " --timeout 2 ls '" + url + "' 2>/dev/null";
+  const int status = std::system(command.c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 124);
+}
+
+TEST(HostThroughAProxy, LogsInWithTheProxysPassword) {
+  const Daemon server = fakes::start_proftpd();
+  const Daemon proxy = fakes::start_microsocks(true);
+  setenv("FTP_PASSWORD", server.password().c_str(), 1);
+  const auto list = [&](const std::string& password) {
+    setenv("FTP_PROXY_PASSWORD", password.c_str(), 1);
+    const std::string by =
+        "socks5://" + proxy.user() + "@" + proxy.host() + ":" + std::to_string(proxy.port());
+    const std::string url =
+        "ftp://" + server.user() + "@" + server.host() + ":" + std::to_string(server.port());
+    const std::string command =
+        std::string{FTP_HOST} + " --proxy '" + by + "' ls '" + url + "' >/dev/null 2>&1";
+    return std::system(command.c_str());
+  };
+  EXPECT_EQ(list(proxy.password()), 0);
+  EXPECT_NE(list("wrong"), 0);
+  unsetenv("FTP_PROXY_PASSWORD");
+}
+
 class KilledSync : public HostOnServers {
  protected:
+  /// One server that takes times and one that takes none get the whole number; the others repeat what these
+  /// show.
+  static bool fifty() {
+    return std::string{GetParam().label} == "ProFtpd" || std::string{GetParam().label} == "Vsftpd";
+  }
+
   /// New content, another tree: some files change, some go.
   void change(const fs::path& folder, bool any_time) {
     for (int i = 0; i < 8; ++i) {
@@ -209,7 +254,8 @@ class KilledSync : public HostOnServers {
     using Clock = std::chrono::steady_clock;
     std::chrono::duration<double> whole{0.3};
     int killed = 0;
-    for (int turn = 0; turn < 50; ++turn) {
+    const int turns = fifty() ? 50 : 15;
+    for (int turn = 0; turn < turns; ++turn) {
       // Without times on the server an older file cannot be told from what was there; an edited one can.
       change(from, times);
       server_.hand_over();
@@ -231,25 +277,27 @@ class KilledSync : public HostOnServers {
       sync(source, target, {"--delete"});
       ASSERT_EQ(tree_of(to, times), tree_of(from, times)) << "turn " << turn;
     }
-    EXPECT_GT(killed, 10);
+    EXPECT_GT(killed, turns / 5);
   }
 };
 
-TEST_P(KilledSync, AnUploadKilledAt50RandomMomentsEndsInEqualTrees) {
+TEST_P(KilledSync, AnUploadKilledAtRandomMomentsEndsInEqualTrees) {
   const fs::path local = folder_ / "local";
   const fs::path remote = server_.add_folder("up");
   fs::create_directory(local);
-  kill_and_repeat(local, url_ + "/up", local, remote, server_.name() != "vsftpd");
+  kill_and_repeat(local, url_ + "/up", local, remote, GetParam().takes_times);
 }
 
-TEST_P(KilledSync, ADownloadKilledAt50RandomMomentsEndsInEqualTrees) {
+TEST_P(KilledSync, ADownloadKilledAtRandomMomentsEndsInEqualTrees) {
   const fs::path local = folder_ / "local";
   const fs::path remote = server_.add_folder("down");
   fs::create_directory(local);
   kill_and_repeat(url_ + "/down", local, remote, local, true);
 }
 
-INSTANTIATE_TEST_SUITE_P(, KilledSync, testing::Values(kServers[0], kServers[4], kServers[7]),
+INSTANTIATE_TEST_SUITE_P(, KilledSync,
+                         testing::Values(server_named("ProFtpd"), server_named("Vsftpd"),
+                                         server_named("PureFtpd"), server_named("ProFtpdSftp")),
                          [](const auto& row) { return row.param.label; });
 
 }  // namespace

@@ -252,6 +252,15 @@ TEST(Plan, TakesAServersLinkToAFileForAFile) {
   EXPECT_EQ(copied(plan), Paths{"link"});
 }
 
+TEST(Plan, ComparesWithTheFileBehindALinkOfTheTarget) {
+  MemoryTree source{{"link"}};
+  MemoryTree target{{"link/"}};
+  target.file_links["link"] = make_file("link", 5, 100);
+  const Plan plan = make_plan(source, target, true, upload_options());
+  EXPECT_TRUE(plan.problems.empty());
+  EXPECT_EQ(plan.unchanged, 1u);
+}
+
 TEST(RemoveTree, RemovesALinkAndNotWhatItLeadsTo) {
   MemoryTree tree{{"d/", "d/link/", "d/link/precious", "d/f"}};
   tree.links.insert("d/link");
