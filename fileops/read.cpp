@@ -8,6 +8,7 @@
 #include "plugin/no_throw.h"
 #include "protocol/protocol.h"
 #include "transport/command_list.h"
+#include "transport/ftp_buffers.h"
 #include "transport/lease.h"
 #include "transport/progress.h"
 #include "transport/sftp_buffers.h"
@@ -52,8 +53,11 @@ AERROR Protocol::Read(const char* path, long long offset, long long length,
     const auto context = make_context(offset, length, std::move(handle), callback);
     progress_binding progress = bind_progress(context->handle.get(), con.GETCURL());
     transfer request{con};
-    if (is_sftp())
-      request.set(CURLOPT_BUFFERSIZE, download_buffer_size(length, speed_limit), kDefaultDownloadBuffer);
+    const long buffer_size =
+        is_sftp() ? download_buffer_size(length, speed_limit) : ftp_download_buffer_size(speed_limit);
+    if (buffer_size != kDefaultDownloadBuffer) {
+      request.set(CURLOPT_BUFFERSIZE, buffer_size, kDefaultDownloadBuffer);
+    }
     const CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
                               .set(CURLOPT_URL, url.c_str(), nullptr)
                               .set(CURLOPT_RANGE, range_text(offset, length).c_str(), nullptr)
