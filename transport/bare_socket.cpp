@@ -2,7 +2,6 @@
 
 #include <sys/socket.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "transport/curl_global.h"
@@ -17,16 +16,6 @@ namespace {
 curl_socket_t open_socket(void*, curlsocktype, struct curl_sockaddr* address) noexcept {
   // Not for the programs that the host starts.
   return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-}
-
-/// The proxy for SFTP that libcurl itself finds in the environment. It looks there by the scheme of the URL,
-/// which is not "sftp" here. (The variables for every scheme, and those for no proxy, it finds by itself.)
-const char* proxy_for_sftp() noexcept {
-  for (const char* name : {"sftp_proxy", "SFTP_PROXY"}) {
-    const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') return value;
-  }
-  return nullptr;
 }
 
 }  // namespace
@@ -49,7 +38,6 @@ CURLcode bare_socket::open(const settings_map& settings, std::chrono::millisecon
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limit.count()));
   curl_easy_setopt(curl, CURLOPT_OPENSOCKETFUNCTION, &open_socket);
-  if (const char* proxy = proxy_for_sftp()) curl_easy_setopt(curl, CURLOPT_PROXY, proxy);
   set_proxy_options(curl, settings);
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &CURLDebug);

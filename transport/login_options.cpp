@@ -73,6 +73,10 @@ void set_credentials(CURL* curl, settings_map& settings) {
 }
 
 void set_proxy_options(CURL* curl, const settings_map& settings) {
+  // Everything comes from the host: without these two libcurl would ask the environment for a proxy, or for
+  // the hosts to be reached without the one that is configured.
+  set_option(curl, CURLOPT_PROXY, "");
+  set_option(curl, CURLOPT_NOPROXY, "");
   const std::string* type = find_setting(settings, key::proxy_type);
   if (type == nullptr || *type == "None") return;
   set_option(curl, CURLOPT_VERBOSE, 1L);

@@ -12,7 +12,8 @@ namespace ftp_plugin {
 /// setting()).
 void set_login_options(CURL* curl, settings_map& settings);
 
-/// Sets the proxy that the settings name; nothing when "proxy_type" is missing or "None".
+/// Sets the proxy that the settings name; no proxy at all, whatever the environment says, when "proxy_type"
+/// is missing or "None".
 void set_proxy_options(CURL* curl, const settings_map& settings);
 
 /// Sets the user and the password, key file or pass phrase. May insert "proxy_pwd".

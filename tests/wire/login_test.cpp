@@ -4,8 +4,12 @@
 
 #include <array>
 #include <atomic>
+#include <cstdlib>
 #include <latch>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "tests/fakes/socket.h"
 #include "tests/wire/wire_fixture.h"
@@ -331,6 +335,38 @@ TEST_F(Login, TheTraceHidesTheProxyPassword) {
   EXPECT_THAT(log.lines(), Each(Not(HasSubstr(encoded))));
   EXPECT_THAT(log.lines(), Contains(AllOf(StartsWith("1 [NETWORK   ] [HEADER   <<] CONNECT 127.0.0.1:"),
                                           HasSubstr("Proxy-Authorization: ***"), HasSubstr("User-Agent:"))));
+}
+
+/// Sets environment variables for one test.
+class Environment {
+ public:
+  explicit Environment(std::vector<std::pair<const char*, std::string>> variables)
+      : variables_{std::move(variables)} {
+    for (const auto& [name, value] : variables_) setenv(name, value.c_str(), 1);
+  }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+  ~Environment() {
+    for (const auto& [name, value] : variables_) unsetenv(name);
+  }
+
+ private:
+  std::vector<std::pair<const char*, std::string>> variables_;
+};
+
+TEST_F(Login, TakesNoProxyFromTheEnvironment) {
+  const std::string nobody = "http://127.0.0.1:1";
+  const Environment environment{{{"ftp_proxy", nobody}, {"all_proxy", nobody}}};
+  EXPECT_EQ(connect(), SUCCESS);
+}
+
+TEST_F(Login, TheEnvironmentDoesNotBypassTheProxy) {
+  const Environment environment{{{"no_proxy", "*"}}};
+  RefusingProxy proxy;
+  set_options(
+      {{"proxy_type", "HTTP with TUNNEL"}, {"proxy_host", "127.0.0.1"}, {"proxy_port", proxy.port()}});
+  EXPECT_EQ(connect(), FAILED);
+  EXPECT_EQ(server.connections_seen(), 0u);
 }
 
 }  // namespace

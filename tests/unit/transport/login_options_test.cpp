@@ -36,7 +36,8 @@ class LoginOptions : public testing::Test {
 TEST_F(LoginOptions, OfAPlainServerComeInOrder) {
   settings = {{"url", "ftp://h"}, {"type", "ftp"}, {"ssl", "false"}, {"user", "u"}, {"pwd", "p"}};
   EXPECT_THAT(login(), ElementsAre("URL=\"ftp://h\"", "PROTOCOLS_STR=\"ftp,ftps,sftp\"", "USERNAME=\"u\"",
-                                   "PASSWORD=\"p\"", "NOBODY=1", "VERBOSE=1", "DEBUGFUNCTION=set"));
+                                   "PASSWORD=\"p\"", "PROXY=\"\"", "NOPROXY=\"\"", "NOBODY=1", "VERBOSE=1",
+                                   "DEBUGFUNCTION=set"));
 }
 
 TEST_F(LoginOptions, WithoutAUrlTheKeyIsStoredAsEmptyText) {
@@ -46,9 +47,9 @@ TEST_F(LoginOptions, WithoutAUrlTheKeyIsStoredAsEmptyText) {
 
 TEST_F(LoginOptions, OfATlsServerTryTlsAndCheckNothing) {
   settings = {{"url", "ftp://h"}, {"ssl", "true"}};
-  EXPECT_THAT(login(),
-              ElementsAre("URL=\"ftp://h\"", "PROTOCOLS_STR=\"ftp,ftps,sftp\"", "SSL_VERIFYPEER=0",
-                          "SSL_VERIFYHOST=0", "USE_SSL=1", "NOBODY=1", "VERBOSE=1", "DEBUGFUNCTION=set"));
+  EXPECT_THAT(login(), ElementsAre("URL=\"ftp://h\"", "PROTOCOLS_STR=\"ftp,ftps,sftp\"", "SSL_VERIFYPEER=0",
+                                   "SSL_VERIFYHOST=0", "USE_SSL=1", "PROXY=\"\"", "NOPROXY=\"\"", "NOBODY=1",
+                                   "VERBOSE=1", "DEBUGFUNCTION=set"));
 }
 
 TEST_F(LoginOptions, TrueInOtherLettersAsksForNoTls) {
@@ -102,11 +103,11 @@ TEST_F(LoginOptions, AKeyFileCountsOnSftpOnly) {
   EXPECT_EQ(settings.count("proxy_pwd"), 0U);
 }
 
-TEST_F(LoginOptions, NoProxyTypeOrNoneMeansNoProxy) {
+TEST_F(LoginOptions, NoProxyTypeOrNoneMeansNoProxyNotEvenTheEnvironments) {
   settings = {{"proxy_host", "h"}, {"proxy_port", "1"}, {"proxy_user", "u"}};
-  EXPECT_THAT(proxy(), IsEmpty());
+  EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\""));
   settings["proxy_type"] = "None";
-  EXPECT_THAT(proxy(), IsEmpty());
+  EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\""));
 }
 
 struct ProxyCase {
@@ -126,7 +127,7 @@ TEST_F(LoginOptions, OfEachKindOfProxy) {
   };
   for (const ProxyCase& want : kCases) {
     settings = {{"proxy_type", want.type}, {"proxy_host", "h"}, {"proxy_port", "8080"}};
-    lines all = {"VERBOSE=1"};
+    lines all = {"PROXY=\"\"", "NOPROXY=\"\"", "VERBOSE=1"};
     all.insert(all.end(), want.options.begin(), want.options.end());
     all.insert(all.end(), {"PROXY=\"h\"", "PROXYPORT=8080"});
     EXPECT_EQ(proxy(), all) << want.type;
@@ -135,7 +136,7 @@ TEST_F(LoginOptions, OfEachKindOfProxy) {
 
 TEST_F(LoginOptions, AProxyPortThatIsNoNumberIsZero) {
   settings = {{"proxy_type", "SOCKS5"}, {"proxy_port", "abc"}};
-  EXPECT_THAT(proxy(), ElementsAre("VERBOSE=1", "PROXYTYPE=5", "PROXYPORT=0"));
+  EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\"", "VERBOSE=1", "PROXYTYPE=5", "PROXYPORT=0"));
 }
 
 TEST_F(LoginOptions, ProxyUserAndPasswordMakeOneText) {
@@ -143,7 +144,7 @@ TEST_F(LoginOptions, ProxyUserAndPasswordMakeOneText) {
     settings = std::move(more);
     settings["proxy_type"] = "SOCKS5";
     const lines seen = proxy();
-    return seen.size() == 2 ? "" : seen.back();
+    return seen.size() == 4 ? "" : seen.back();
   };
   EXPECT_EQ(text({{"proxy_user", "u"}, {"proxy_pwd", "p"}}), "PROXYUSERPWD=\"u:p\"");
   EXPECT_EQ(text({{"proxy_user", "u"}}), "PROXYUSERPWD=\"u\"");
@@ -165,7 +166,8 @@ TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutWhatThereIsNoMemoryFor) {
 
 TEST_F(LoginOptions, APortThatIsNoneIsNoReasonToFail) {
   settings = {{"proxy_type", "SOCKS5"}, {"proxy_port", "99999"}, {"proxy_user", "u"}};
-  EXPECT_THAT(proxy(), ElementsAre("VERBOSE=1", "PROXYTYPE=5", "PROXYPORT=99999", "PROXYUSERPWD=\"u\""));
+  EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\"", "VERBOSE=1", "PROXYTYPE=5",
+                                   "PROXYPORT=99999", "PROXYUSERPWD=\"u\""));
 }
 
 TEST_F(LoginOptions, OnlyALineBreakKeepsACredentialOutOfACommand) {
