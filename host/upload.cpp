@@ -113,20 +113,28 @@ void check_stored(Session& session, const std::string& directory, const std::str
                                              code_text(session.module(), FILE_WRITE_FAILED))};
 }
 
+/// Whether `entry` is the file that was sent, as far as its size and its time tell.
+bool is_sent_file(Session& session, const Entry& entry, const Source& source) {
+  Entry exact;
+  if (entry.size != source.size()) return false;
+  if (!session.sets_times()) return true;
+  return session.file_info(entry.id, exact).code == SUCCESS && exact.time == source.time();
+}
+
 /// Gives the complete temporary file its name.
 void settle_name(Session& session, RemoteTemporary& temporary, const std::string& directory,
-                 const std::string& name) {
+                 const std::string& name, const Source& source) {
   const Outcome first = session.move(temporary.id(), directory, name, false);
   if (first.code == SUCCESS) return;
   // Either the server does not rename over a file, or only the look-up behind the rename failed.
   const Failure refused = session.failure(session.url_of(join_path(directory, name)), first);
   Listing listing;
-  if (session.list(directory, listing).code != SUCCESS) throw refused;
+  if (session.list(directory, listing).code != SUCCESS) throw Failure{refused};
   const Entry* const there = find_entry(listing, leaf_name(temporary.id()));
   const Entry* const old = find_entry(listing, name);
-  if (there == nullptr && old != nullptr) return;
-  if (there == nullptr || old == nullptr || old->directory) throw refused;
-  if (session.remove_file(old->id).code != SUCCESS) throw refused;
+  if (there == nullptr && old != nullptr && is_sent_file(session, *old, source)) return;
+  if (there == nullptr || old == nullptr || old->directory) throw Failure{refused};
+  if (session.remove_file(old->id).code != SUCCESS) throw Failure{refused};
   temporary.armed = false;  // from here on it is the only copy on the server
   const Outcome second = session.move(temporary.id(), directory, name, false);
   if (second.code != SUCCESS) throw session.failure(session.url_of(join_path(directory, name)), second);
@@ -170,7 +178,7 @@ std::int64_t upload_file(Session& session, Progress& progress, const LocalDirect
                             timed);
     }
   }
-  settle_name(session, temporary, directory, remote_name);
+  settle_name(session, temporary, directory, remote_name, source);
   temporary.armed = false;
   progress.file_done();
   return source.size();
@@ -193,7 +201,7 @@ std::string ensure_directory(Session& session, const std::string& directory, con
     const Entry* const there = find_entry(listing, name);
     if (there != nullptr && there->directory) return there->id;
   }
-  const std::string id = join_path(directory, name);
+  std::string id = join_path(directory, name);
   if (session.list(id, listing).code == SUCCESS) return id;
   throw session.failure(session.url_of(id), outcome);
 }
