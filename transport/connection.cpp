@@ -111,13 +111,13 @@ CURLcode connection::exec(long connect_timeout, bool) {
 void connection::quit() {
   CURL* curl = GETCURL();
   if (curl == nullptr || is_sftp()) return;
-  curl_easy_setopt(curl, CURLOPT_QUOTE, nullptr);
-  curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, nullptr);
-  curl_easy_setopt(curl, CURLOPT_RANGE, nullptr);
-  curl_easy_setopt(curl, CURLOPT_URL, get_url().c_str());
-  if (!driver_->control_is_open(curl)) return;  // no new login only to say goodbye
   command_list commands;
   try {
+    curl_easy_setopt(curl, CURLOPT_QUOTE, nullptr);
+    curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, nullptr);
+    curl_easy_setopt(curl, CURLOPT_RANGE, nullptr);
+    curl_easy_setopt(curl, CURLOPT_URL, get_url().c_str());
+    if (!driver_->control_is_open(curl)) return;  // no new login only to say goodbye
     add(commands, "QUIT");
   } catch (const std::bad_alloc&) {
     return;  // nobody is waiting for a goodbye
