@@ -8,12 +8,15 @@
 namespace live {
 
 Session::Session(const fakes::Daemon& server, const fakes::FormEntries& login,
-                 const fakes::FormEntries& options) {
+                 const fakes::FormEntries& options)
+    : Session{server.url(), server.user(), server.password(), login, options} {}
+
+Session::Session(const std::string& url, const std::string& user, const std::string& password,
+                 const fakes::FormEntries& login, const fakes::FormEntries& options) {
   if (!options.empty()) {
     protocol_->SetOpt("option_fields", fakes::option_document(options).c_str());
   }
-  result_ = protocol_->Connect(
-      nullptr, fakes::login_document(server.url(), server.user(), server.password(), login).c_str());
+  result_ = protocol_->Connect(nullptr, fakes::login_document(url, user, password, login).c_str());
 }
 
 std::string Session::transcript() const {

@@ -19,6 +19,8 @@ class Session {
   /// `log()`.
   explicit Session(const fakes::Daemon& server, const fakes::FormEntries& login = {},
                    const fakes::FormEntries& options = {});
+  Session(const std::string& url, const std::string& user, const std::string& password,
+          const fakes::FormEntries& login = {}, const fakes::FormEntries& options = {});
 
   [[nodiscard]] AERROR result() const { return result_; }
   [[nodiscard]] const fakes::Logger& log() const { return log_; }
