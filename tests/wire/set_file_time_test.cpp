@@ -126,6 +126,18 @@ TEST_F(SetFileTime, IsNotSupportedWhereTheServerDoesNotOfferIt) {
   EXPECT_THAT(server.take_dialogue(), IsEmpty());
 }
 
+TEST_F(SetFileTime, IsNotSupportedOverSftpEvenWhereTimesCouldBeSet) {
+  connected();
+  EXPECT_EQ(set("/docs/a.txt", "2024-03-05T07:08:09Z"), SUCCESS);
+  // The login fails, but from here on the object knows itself to speak SFTP; what the last login learnt about
+  // times stays.
+  EXPECT_NE(protocol->Connect(nullptr, fakes::login_document("sftp://127.0.0.1:1/").c_str()), SUCCESS);
+  file.modify_time = "kept";
+  EXPECT_EQ(set("/docs/a.txt", "2025-03-05T07:08:09Z"), NOT_SUPPORTED);
+  EXPECT_EQ(file.modify_time, "kept");
+  EXPECT_EQ(server.count("MFMT"), 1u);
+}
+
 TEST_F(SetFileTime, FailsWithoutAnErrorLineWhenNobodyAnswers) {
   connected();
   EXPECT_EQ(protocol->Delete("/docs/none", nullptr), FAILED);
