@@ -51,6 +51,8 @@ AERROR Protocol::DeleteDirectory(const char* path, char** message) {
 
 AERROR Protocol::_Delete(const char* path, char** message, bool directory) {
   if (message != nullptr) *message = nullptr;
+  // Kept on purpose: unlike a new name, a path is not converted to the server's character set; the
+  // identifiers of listings hold the server's bytes. Pinned by Delete.SendsNamesInUtf8WhateverTheServerTakes.
   const std::string server_path = full_path("", path);
   const auto fail = [&](CURLcode code) {
     log_exec_error("_Delete", path, code);

@@ -24,6 +24,8 @@ AERROR create_result(CURLcode code) noexcept {
   }
 }
 
+// Kept on purpose: an upload that the host stopped is a failed write, where a stopped download is told apart.
+// Pinned by Upload.CancelledOnTheWayFailsAndDropsTheConnection.
 AERROR write_result(CURLcode code) noexcept {
   switch (code) {
     case CURLE_OK:

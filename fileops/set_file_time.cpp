@@ -28,7 +28,9 @@ AERROR Protocol::SetFileTime(const char* path, std::string, std::string second, 
     connection& con = *borrowed;
     if (con.GETCURL() == nullptr) return FAILED;
     const CURLcode code = run_post_quote(con, {set_time_command(server_path, third)});
-    borrowed.give_back();  // also after a refusal, which says nothing about the login
+    // Also after a refusal, which says nothing about the login.
+    // Pinned by SetFileTime.ARefusalFailsAndKeepsTheConnection.
+    borrowed.give_back();
     if (code != CURLE_OK) return fail(code);
     file->modify_time = std::move(third);
     file->access_time = std::move(second);
