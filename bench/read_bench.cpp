@@ -1,4 +1,4 @@
-// Warm requests of the built plug-in against a real server, plain and over TLS: ranged reads, listings and
+// Warm requests of the built plug-in against real servers, plain and over TLS: ranged reads, listings and
 // commands without a body. Shows that none of them stalls: no request of a kind may take longer than 20 times
 // the median of its kind. For comparison the same listing through bare libcurl (curl_easy_perform), in the
 // same run against the same server. Exit code 1 when a limit is broken.
@@ -83,34 +83,53 @@ Figures bare_listing(const Daemon& server) {
                  [&] { demand(curl_easy_perform(curl.get()) == CURLE_OK, "bare listing failed"); });
 }
 
-bool bench(const char* road, fakes::Tls tls, int count) {
+/// A logged-in object at `server`.
+void log_in(ScopedProtocol& protocol, const Daemon& server) {
+  const std::string login = fakes::login_document(server.url(), server.user(), server.password());
+  demand(protocol->Connect(nullptr, login.c_str()) == SUCCESS, "login failed");
+}
+
+/// Every ranged FTP read costs its control connection, so each logs in. ProFTPD takes 200 ms for a greeting
+/// now and then, whoever asks; vsftpd does not.
+bool bench_reads(const char* road, fakes::Tls tls, int count) {
+  Daemon server = fakes::start_vsftpd({.tls = tls});
+  server.add_file("file.bin", std::string(kFileSize, 'x'));
+  ScopedProtocol protocol;
+  log_in(protocol, server);
+  const auto handle = std::make_shared<_FS_HANDLE>();
+  return report(road, "read 256 KiB, log in", count, measure(count, [&] {
+                  fakes::FetchSink sink;
+                  demand(protocol->Read("/file.bin", 0, kFileSize, handle, &sink, nullptr) == SUCCESS,
+                         "read failed");
+                }));
+}
+
+bool bench_commands(const char* road, fakes::Tls tls, int count) {
   Daemon server = fakes::start_proftpd({.tls = tls});
   server.add_file("file.bin", std::string(kFileSize, 'x'));
   ScopedProtocol protocol;
-  demand(
-      protocol->Connect(
-          nullptr, fakes::login_document(server.url(), server.user(), server.password()).c_str()) == SUCCESS,
-      "login failed");
-  const auto handle = std::make_shared<_FS_HANDLE>();
-  const Figures reads = measure(count, [&] {
-    fakes::FetchSink sink;
-    demand(protocol->Read("/file.bin", 0, kFileSize, handle, &sink, nullptr) == SUCCESS, "read failed");
-  });
-  const Figures listings = measure(count, [&] {
-    fakes::FileList list;
-    demand(protocol->GetFileList("/", &list, nullptr) == SUCCESS, "listing failed");
-  });
+  log_in(protocol, server);
+  bool good = report(road, "listing", count, measure(count, [&] {
+                       fakes::FileList list;
+                       demand(protocol->GetFileList("/", &list, nullptr) == SUCCESS, "listing failed");
+                     }));
+  const std::string time = "2024-01-02T03:04:05.000Z";
   _FS_FILE_V2 record;
-  const Figures commands = measure(count, [&] {
-    demand(protocol->SetFileTime("/file.bin", "", "2024-01-02T03:04:05.000Z", "2024-01-02T03:04:05.000Z",
-                                 &record, nullptr) == SUCCESS,
-           "set time failed");
-  });
-  bool good = report(road, "read 256 KiB (logs in)", count, reads);
-  good = report(road, "listing", count, listings) && good;
-  good = report(road, "set time", count, commands) && good;
+  good =
+      report(road, "set time", count,
+             measure(count,
+                     [&] {
+                       demand(protocol->SetFileTime("/file.bin", "", time, time, &record, nullptr) == SUCCESS,
+                              "set time failed");
+                     })) &&
+      good;
   report(road, "listing, bare libcurl", kBareRequests, bare_listing(server));
   return good;
+}
+
+bool bench(const char* road, fakes::Tls tls, int count) {
+  const bool reads = bench_reads(road, tls, count);
+  return bench_commands(road, tls, count) && reads;
 }
 
 }  // namespace
