@@ -24,9 +24,12 @@ std::ptrdiff_t open_descriptors() {
 
 class LiveThreads : public testing::TestWithParam<live::Server> {};
 
-TEST_P(LiveThreads, SixteenMixListingsLookUpsAndReadsOnOneObject) {
-  constexpr int kThreads = 16;
-  constexpr int kOperations = 400;
+TEST_P(LiveThreads, ManyMixListingsLookUpsAndReadsOnOneObject) {
+  // ProFTPD takes no new session for 200 ms after one has ended, and every ranged read ends one: sixteen
+  // threads would wait for their logins beyond any limit.
+  const bool slow = GetParam().start_it == fakes::start_proftpd;
+  const int threads_wanted = slow ? 4 : 16;
+  const int operations = slow ? 100 : 400;
   constexpr int kFiles = 7;
   constexpr std::size_t kSize = 150'000;
   fakes::Daemon server = GetParam().start();
@@ -41,10 +44,10 @@ TEST_P(LiveThreads, SixteenMixListingsLookUpsAndReadsOnOneObject) {
     ASSERT_EQ(session.result(), SUCCESS) << session.transcript();
     std::atomic<int> next{0};
     std::atomic<int> wrong_listings{0}, wrong_look_ups{0}, wrong_reads{0};
-    std::latch begin{kThreads};
+    std::latch begin{threads_wanted};
     const auto work = [&] {
       begin.arrive_and_wait();
-      for (int n = next++; n < kOperations; n = next++) {
+      for (int n = next++; n < operations; n = next++) {
         const auto file = static_cast<std::size_t>(n % kFiles);
         const std::string path = "/many/" + std::to_string(file) + ".bin";
         if (n % 3 == 0) {
@@ -73,7 +76,7 @@ TEST_P(LiveThreads, SixteenMixListingsLookUpsAndReadsOnOneObject) {
       }
     };
     std::vector<std::thread> threads;
-    for (int n = 0; n < kThreads; ++n) threads.emplace_back(work);
+    for (int n = 0; n < threads_wanted; ++n) threads.emplace_back(work);
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(wrong_listings, 0);
     EXPECT_EQ(wrong_look_ups, 0);
