@@ -5,6 +5,7 @@
 #include "plugin/log.h"
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
+#include "transport/ftp_buffers.h"
 #include "transport/lease.h"
 #include "transport/retry.h"
 #include "transport/transfer.h"
@@ -15,16 +16,25 @@ namespace {
 /// Whether `path` may stand in a raw command; CR or LF would end the command and begin another.
 bool is_one_line(std::string_view path) { return path.find_first_of("\r\n") == std::string_view::npos; }
 
-CURLcode list_mlsd(connection& con, const std::string& command, byte_vector& bytes) {
-  return transfer{con}
-      .set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr)
+/// The handle keeps the speed limit of the last read on it.
+void hold(long long speed_limit, transfer& request) {
+  if (speed_limit <= 0) return;
+  request.set(CURLOPT_BUFFERSIZE, ftp_download_buffer_size(speed_limit), kDefaultDownloadBuffer);
+}
+
+CURLcode list_mlsd(connection& con, const std::string& command, long long speed_limit, byte_vector& bytes) {
+  transfer request{con};
+  hold(speed_limit, request);
+  return request.set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr)
       .write_to(&write_vector_char, &bytes)
       .run();
 }
 
-CURLcode list_url(connection& con, std::string url, byte_vector& bytes) {
+CURLcode list_url(connection& con, std::string url, long long speed_limit, byte_vector& bytes) {
   if (!url.ends_with('/')) url += '/';  // libcurl then lists the directory
-  return transfer{con}.keep(CURLOPT_URL, url.c_str()).write_to(&write_vector_char, &bytes).run();
+  transfer request{con};
+  hold(speed_limit, request);
+  return request.keep(CURLOPT_URL, url.c_str()).write_to(&write_vector_char, &bytes).run();
 }
 
 /// libcurl's own listing would show times to the minute or the day, and no way to tell a name that holds `;`.
@@ -52,8 +62,8 @@ int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
   if (con.GETCURL() == nullptr) return kFailed;
   byte_vector bytes;
   const CURLcode code = is_sftp()  ? list_sftp(con, full_path("", path), bytes)
-                        : *is_mlsd ? list_mlsd(con, command, bytes)
-                                   : list_url(con, request_url(con, path), bytes);
+                        : *is_mlsd ? list_mlsd(con, command, speed_limit, bytes)
+                                   : list_url(con, request_url(con, path), speed_limit, bytes);
   if (code != CURLE_OK) return fail(code);
   malloc_block text = bytes.release_text();
   borrowed.give_back();

@@ -11,6 +11,7 @@ namespace ftp_plugin {
 inline constexpr long kDefaultDownloadBuffer = 16L * 1024;
 inline constexpr long kDefaultUploadBuffer = 64L * 1024;
 
+inline constexpr long kLeastBuffer = 1024;  ///< less libcurl does not take
 inline constexpr long kSmallestDownloadBuffer = 8L * 1024;
 inline constexpr long kLargestDownloadBuffer = 512L * 1024;
 inline constexpr long kLargestUploadBuffer = 2L * 1024 * 1024;  ///< more libcurl does not take
@@ -21,14 +22,16 @@ inline constexpr long kLargestUploadBuffer = 2L * 1024 * 1024;  ///< more libcur
 /// more than at a quarter.
 inline constexpr long long kBuffersInARange = 11;
 
-/// CURLOPT_BUFFERSIZE for a read of `range` bytes. Under a speed limit (bytes per second; 0 or below: none)
-/// libcurl pauses for as long as the last buffers should have taken. More than a second's worth at a time
-/// would overrun the limit, and then look like a server that has gone silent.
+/// CURLOPT_BUFFERSIZE for a read of `range` bytes. Under a speed limit (bytes per second; 0 or below: none) a
+/// hundred buffers hold at most four seconds' worth: libcurl empties a hundred of them before it looks at the
+/// clock, and then pauses for as long as that should have taken; more than 20 s would pass for a server that
+/// has gone silent. Less than four seconds' worth would not reach the limit over a distant line.
 [[nodiscard]] constexpr long download_buffer_size(long long range, long long speed_limit) noexcept {
-  constexpr long long kBuffersASecond = 4;
-  long long size = range / kBuffersInARange;
-  if (speed_limit > 0) size = std::min(size, speed_limit / kBuffersASecond);
-  return static_cast<long>(std::clamp<long long>(size, kSmallestDownloadBuffer, kLargestDownloadBuffer));
+  constexpr long long kBuffersASecond = 25;
+  const auto size =
+      std::clamp<long long>(range / kBuffersInARange, kSmallestDownloadBuffer, kLargestDownloadBuffer);
+  if (speed_limit <= 0) return static_cast<long>(size);
+  return static_cast<long>(std::clamp<long long>(speed_limit / kBuffersASecond, kLeastBuffer, size));
 }
 
 /// CURLOPT_UPLOAD_BUFFERSIZE. Under a speed limit a second's worth, so that the host's wish to stop, which is

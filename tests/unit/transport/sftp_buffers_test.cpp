@@ -25,9 +25,9 @@ constexpr BufferCase kBufferCases[] = {
     {"TheLargest", 11LL * 512 * 1024, 512 * 1024},
     {"AGreatRangeTakesTheLargest", 1LL << 40, 512 * 1024},
     {"TheGreatestRangeTakesTheLargest", std::numeric_limits<long long>::max(), 512 * 1024},
-    {"ASpeedLimitAllowsAQuarterOfASecond", 1LL << 40, 100'000, 400'000},
+    {"AHundredBuffersAreFourSecondsWorthOfASpeedLimit", 1LL << 40, 4'000, 100'000},
     {"ASpeedLimitDoesNotEnlarge", 64 * 1024, 8 * 1024, 1'000'000'000},
-    {"ALowSpeedLimitTakesTheSmallest", 1LL << 40, 8 * 1024, 1},
+    {"ALowSpeedLimitTakesTheLeast", 1LL << 40, 1024, 1},
     {"ANegativeSpeedLimitIsNone", 1LL << 40, 512 * 1024, -1},
 };
 
