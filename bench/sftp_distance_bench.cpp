@@ -1,7 +1,9 @@
 // SFTP over a line of 50 ms round-trip time: 16 MiB down and up with the built plug-in and with OpenSSH's own
 // client, by turns through the same relay to the same server, everybody logged in beforehand; then how many
-// bytes a ranged read brings in for the bytes it asks for. Exit code 1 when both ways together take longer
-// than 1.1 times OpenSSH's, or a ranged read receives more than 1.3 times what it asked for.
+// bytes a ranged read brings in for the bytes it asks for. The plug-in's upload ends with a look at the
+// stored file, which OpenSSH's does not take; what a look alone takes is measured, too, and left out of the
+// way up. Exit code 1 when a way, or both together with the look, takes longer than 1.1 times OpenSSH's, or a
+// ranged read receives more than 1.3 times what it asked for.
 //
 // usage: sftp_distance_bench [turns, 3]
 
@@ -142,7 +144,7 @@ class SftpClient {
 /// One line of the table. Returns the plug-in's time for one second of OpenSSH's.
 double report(const char* what, double open_ssh, double plug_in) {
   const double ratio = plug_in / open_ssh;
-  std::printf("%-10s %12.2f %12.2f %8.2f\n", what, open_ssh, plug_in, ratio);
+  std::printf("%-14s %12.2f %12.2f %8.2f\n", what, open_ssh, plug_in, ratio);
   return ratio;
 }
 
@@ -184,7 +186,7 @@ bool bench(int turns) {
   const auto read = [&](long long offset, long long length, fakes::FetchSink& sink) {
     demand(protocol->Read("/file", offset, length, nullptr, &sink, nullptr) == SUCCESS, "Read");
   };
-  double best[4] = {1e9, 1e9, 1e9, 1e9};
+  double best[5] = {1e9, 1e9, 1e9, 1e9, 1e9};
   for (int turn = 0; turn < turns; ++turn) {
     const auto least = [&](int which, const std::function<void()>& run) {
       best[which] = std::min(best[which], seconds(run));
@@ -203,25 +205,24 @@ bool bench(int turns) {
       demand(protocol->Upload("", nullptr, &cache, &record, UPLOAD_FLAG_NONE, nullptr) == SUCCESS, "Upload");
     });
     demand(bytes_of(server.home() / "uploaded") == content, "Upload stored other bytes");
+    least(4, [&] { demand(protocol->GetFileInfo("/uploaded", &record, nullptr) == SUCCESS, "GetFileInfo"); });
   }
-  std::printf(
-      "16 MiB at %lld ms round trip, best of %d turns; the upload's look at the stored file included\n",
-      static_cast<long long>((2 * kOneWay).count()), turns);
-  std::printf("%-10s %12s %12s %8s\n", "", "OpenSSH [s]", "plug-in [s]", "ratio");
-  report("down", best[0], best[1]);
-  // Slower than OpenSSH's, which sends on while the server works: libcurl waits for the answer to every write
-  // of one buffer before it fills the next, and takes no larger one.
-  report("up", best[2], best[3]);
-  bool good = report("both ways", best[0] + best[2], best[1] + best[3]) <= kMostOfOpenSsh;
+  std::printf("16 MiB at %lld ms round trip, best of %d turns\n",
+              static_cast<long long>((2 * kOneWay).count()), turns);
+  std::printf("%-14s %12s %12s %8s\n", "", "OpenSSH [s]", "plug-in [s]", "ratio");
+  bool good = report("down", best[0], best[1]) <= kMostOfOpenSsh;
+  good = report("up", best[2], best[3] - best[4]) <= kMostOfOpenSsh && good;
+  report("up and look", best[2], best[3]);
+  good = report("both and look", best[0] + best[2], best[1] + best[3]) <= kMostOfOpenSsh && good;
 
-  std::printf("\n%-10s %12s %12s %8s\n", "range", "asked [KiB]", "recv [KiB]", "ratio");
+  std::printf("\n%-14s %12s %12s %8s\n", "range", "asked [KiB]", "recv [KiB]", "ratio");
   for (const long long length : {64 * 1024, 1024 * 1024}) {
     fakes::FetchSink sink;
     const std::size_t bytes = received(relay, [&] { read(1000, length, sink); });
     demand(sink.bytes() == content.substr(1000, static_cast<std::size_t>(length)),
            "Read brought other bytes");
     const double ratio = static_cast<double>(bytes) / static_cast<double>(length);
-    std::printf("%-10s %12lld %12zu %8.2f\n", "", length / 1024, bytes / 1024, ratio);
+    std::printf("%-14s %12lld %12zu %8.2f\n", "", length / 1024, bytes / 1024, ratio);
     good = good && ratio <= kMostOfRange;
   }
   return good;
