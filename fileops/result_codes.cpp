@@ -1,6 +1,20 @@
 #include "fileops/result_codes.h"
 
 namespace ftp_plugin {
+namespace {
+
+AERROR change_result(CURLcode code, AERROR failure) noexcept {
+  switch (code) {
+    case CURLE_OK:
+      return SUCCESS;
+    case CURLE_REMOTE_ACCESS_DENIED:
+      return ACCESS_DENIED;
+    default:
+      return failure;
+  }
+}
+
+}  // namespace
 
 AERROR read_result(CURLcode code) noexcept {
   switch (code) {
@@ -13,28 +27,10 @@ AERROR read_result(CURLcode code) noexcept {
   }
 }
 
-AERROR create_result(CURLcode code) noexcept {
-  switch (code) {
-    case CURLE_OK:
-      return SUCCESS;
-    case CURLE_REMOTE_ACCESS_DENIED:
-      return ACCESS_DENIED;
-    default:
-      return FOLDER_CREATION_FAILED;
-  }
-}
+AERROR create_result(CURLcode code) noexcept { return change_result(code, FOLDER_CREATION_FAILED); }
 
 // Kept on purpose: an upload that the host stopped is a failed write, where a stopped download is told apart.
 // Pinned by Upload.CancelledOnTheWayFailsAndDropsTheConnection.
-AERROR write_result(CURLcode code) noexcept {
-  switch (code) {
-    case CURLE_OK:
-      return SUCCESS;
-    case CURLE_REMOTE_ACCESS_DENIED:
-      return ACCESS_DENIED;
-    default:
-      return FILE_WRITE_FAILED;
-  }
-}
+AERROR write_result(CURLcode code) noexcept { return change_result(code, FILE_WRITE_FAILED); }
 
 }  // namespace ftp_plugin
