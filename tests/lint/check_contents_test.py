@@ -2,15 +2,13 @@
 """The check of protocol.h against small trees, good and broken on purpose."""
 
 import pathlib
-import subprocess
 import sys
-import tempfile
 import unittest
 
 sys.dont_write_bytecode = True
 import check_contents
+from check_case import CheckCase, write
 
-CHECK = pathlib.Path(__file__).with_name("check_contents.py")
 HEADER = "protocol/protocol.h"
 
 NAMES = [f"Op{number}" for number in range(1, 27)]
@@ -149,33 +147,15 @@ BROKEN = {
 }
 
 
-def write(root, files):
-    for name, text in files.items():
-        path = root / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
-
-
-class CheckContents(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.root = pathlib.Path(folder.name)
-        write(self.root, GOOD)
-
-    def check(self):
-        return check_contents.findings(self.root)
+class CheckContents(CheckCase):
+    good = GOOD
+    program = pathlib.Path(__file__).with_name("check_contents.py")
+    findings = staticmethod(check_contents.findings)
 
     def test_prints_its_findings_and_answers_by_its_exit_code(self):
-        for broken in (False, True):
-            if broken:
-                write(self.root, {"protocol/protocol.cpp": ""})
-            done = subprocess.run(
-                [sys.executable, CHECK, self.root], capture_output=True, text=True, timeout=60, check=False
-            )
-            self.assertEqual(done.returncode, 1 if broken else 0)
-            self.assertEqual(done.stdout.splitlines(), self.check())
-            self.assertEqual(done.stderr, "")
+        self.expect_program_agrees(0)
+        write(self.root, {"protocol/protocol.cpp": ""})
+        self.expect_program_agrees(1)
 
     def test_passes_a_table_that_tells_the_truth(self):
         self.assertEqual(self.check(), [])

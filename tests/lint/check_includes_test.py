@@ -2,15 +2,14 @@
 """The include check against small trees, good and broken on purpose."""
 
 import pathlib
-import subprocess
 import sys
 import tempfile
 import unittest
 
 sys.dont_write_bytecode = True
 import check_includes
+from check_case import CheckCase, write
 
-CHECK = pathlib.Path(__file__).with_name("check_includes.py")
 
 # A tree with every kind of file, each with what it may include.
 GOOD = {
@@ -74,33 +73,15 @@ BROKEN = {
 }
 
 
-def write(root, files):
-    for name, text in files.items():
-        path = root / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
-
-
-class CheckIncludes(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.root = pathlib.Path(folder.name)
-        write(self.root, GOOD)
-
-    def check(self):
-        return check_includes.broken_includes(self.root)
+class CheckIncludes(CheckCase):
+    good = GOOD
+    program = pathlib.Path(__file__).with_name("check_includes.py")
+    findings = staticmethod(check_includes.broken_includes)
 
     def test_prints_its_findings_and_answers_by_its_exit_code(self):
-        for broken in (False, True):
-            if broken:
-                write(self.root, {"common/text.h": '#include "transport/pool.h"\n'})
-            done = subprocess.run(
-                [sys.executable, CHECK, self.root], capture_output=True, text=True, timeout=60, check=False
-            )
-            self.assertEqual(done.returncode, 1 if broken else 0)
-            self.assertEqual(done.stdout.splitlines(), self.check())
-            self.assertEqual(done.stderr, "")
+        self.expect_program_agrees(0)
+        write(self.root, {"common/text.h": '#include "transport/pool.h"\n'})
+        self.expect_program_agrees(1)
 
     def test_passes_a_tree_that_keeps_the_direction(self):
         self.assertEqual(self.check(), [])
