@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "transport/command_list.h"
@@ -53,10 +54,14 @@ CURLcode log_in(request_driver& driver, CURL* curl, bool tls) {
 /// Pinned by Delete.TakesTheRightFileWhereTheServerDoesNotTellTheLoginDirectory.
 bool has_lost_login_directory(CURL* curl, const std::string& base_url) {
   char* login_directory = nullptr;
-  char* url = nullptr;
+  char* last_url = nullptr;
   curl_easy_getinfo(curl, CURLINFO_FTP_ENTRY_PATH, &login_directory);
-  curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &url);
-  return login_directory == nullptr && url != nullptr && url != base_url;
+  curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &last_url);
+  if (login_directory != nullptr || last_url == nullptr) return false;
+  std::string_view url{last_url};
+  // libcurl puts a "/" behind a server without a path.
+  if (url.size() == base_url.size() + 1 && url.ends_with('/')) url.remove_suffix(1);
+  return url != base_url;
 }
 
 }  // namespace

@@ -170,6 +170,13 @@ TEST_F(Login, NeverReadsLocalFilesOrTalksHttp) {
   EXPECT_EQ(server.connections_seen(), 0u);
 }
 
+TEST_F(Login, AServerThatDoesNotTellTheLoginDirectoryIsLoggedInToOnce) {
+  server.on("PWD").reply("502 Not implemented.");
+  EXPECT_EQ(connect(), SUCCESS);
+  EXPECT_EQ(protocol->Delete("/docs/a.txt", nullptr), SUCCESS);
+  EXPECT_EQ(server.logins(), 1u);
+}
+
 TEST_F(Login, TheRootPathIsTakenOffTheUrl) {
   EXPECT_EQ(connect("/docs"), SUCCESS);
   EXPECT_THAT(log.operations(),
