@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <new>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -84,7 +85,11 @@ AERROR connection::connect() {
   CURL* curl = request->GetCURL();
   if (curl == nullptr) return FAILED;
   driver->prepare(curl);
-  set_login_options(curl, settings_);
+  try {
+    set_login_options(curl, settings_);
+  } catch (const std::length_error&) {
+    return FAILED;
+  }
   const CURLcode code = log_in(*driver, curl, wants_tls(settings_));
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
   if (code == CURLE_OK) {

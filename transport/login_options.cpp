@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -10,11 +11,17 @@
 namespace ftp_plugin {
 namespace {
 
-/// Sets one option. Without memory for its text a login must not go on without its proxy or its user; what
-/// libcurl refuses for another reason (a port that is none) stays at libcurl's default.
+/// Sets one option. A number that libcurl refuses (a port that is none) stays at libcurl's default.
 template <class Value>
 void set_option(CURL* curl, CURLoption option, Value value) {
-  if (curl_easy_setopt(curl, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc{};
+  curl_easy_setopt(curl, option, value);
+}
+
+/// Sets one text. Without it a login must not go on: it would be an anonymous one, or one around the proxy.
+void set_option(CURL* curl, CURLoption option, const char* text) {
+  const CURLcode code = curl_easy_setopt(curl, option, text);
+  if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc{};
+  if (code != CURLE_OK) throw std::length_error{"libcurl takes no text of this length"};
 }
 
 /// Value under `name` when it is present and not empty, else null.

@@ -1,5 +1,6 @@
 // Settings of a server turned into options of a fresh libcurl handle: TLS, user, key file, proxy, mode.
-// Errors: std::bad_alloc, also where libcurl has no memory for an option.
+// Errors: std::bad_alloc, also where libcurl has no memory for an option; std::length_error for a text that
+// libcurl does not take.
 #pragma once
 
 #include <curl/curl.h>

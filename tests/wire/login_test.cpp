@@ -22,6 +22,7 @@ using testing::AllOf;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -167,6 +168,21 @@ TEST_F(Login, NeverReadsLocalFilesOrTalksHttp) {
                                 "gopher://" + host, "dict://" + host, host, ""}) {
     EXPECT_EQ(connect_with(fakes::login_document(url)), FAILED) << url;
   }
+  EXPECT_EQ(server.connections_seen(), 0u);
+}
+
+TEST_F(Login, AUserThatLibcurlDoesNotTakeIsNoAnonymousLogin) {
+  const std::string too_long(8000001, 'x');
+  EXPECT_EQ(connect_with(fakes::login_document(server.url(), too_long, "s3cret")), FAILED);
+  EXPECT_EQ(connect_with(fakes::login_document(server.url(), "jane", too_long)), FAILED);
+  EXPECT_EQ(connect_with(fakes::login_document(server.url(), "jane", "s3cret")), SUCCESS);
+  EXPECT_EQ(server.connections_seen(), 1u);
+  EXPECT_THAT(log.operations(), Contains(EndsWith(", return 1")).Times(2));
+}
+
+TEST_F(Login, AProxyThatLibcurlDoesNotTakeIsNoWayAroundIt) {
+  set_options({{"proxy_type", "SOCKS5"}, {"proxy_host", std::string(8000001, 'x')}, {"proxy_port", "1"}});
+  EXPECT_EQ(connect(), FAILED);
   EXPECT_EQ(server.connections_seen(), 0u);
 }
 

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -168,6 +169,15 @@ TEST_F(LoginOptions, APortThatIsNoneIsNoReasonToFail) {
   settings = {{"proxy_type", "SOCKS5"}, {"proxy_port", "99999"}, {"proxy_user", "u"}};
   EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\"", "VERBOSE=1", "PROXYTYPE=5",
                                    "PROXYPORT=99999", "PROXYUSERPWD=\"u\""));
+}
+
+TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutATextThatLibcurlDoesNotTake) {
+  const std::string too_long(8000001, 'x');
+  for (const char* name : {"url", "user", "pwd", "proxy_host", "proxy_user"}) {
+    settings = {{"url", "ftp://h"}, {"proxy_type", "SOCKS5"}};
+    settings[name] = too_long;
+    EXPECT_THROW(set_login_options(curl.get(), settings), std::length_error) << name;
+  }
 }
 
 TEST_F(LoginOptions, OnlyALineBreakKeepsACredentialOutOfACommand) {
