@@ -79,6 +79,7 @@ connection::~connection() {
 }
 
 AERROR connection::connect() {
+  if (!names_scheme(settings_)) return FAILED;
   if (!is_sftp() && !fit_into_commands(settings_)) return FAILED;
   auto driver = std::make_unique<request_driver>();
   const auto request = std::make_shared<CURLLogger>();

@@ -53,6 +53,12 @@ bool wants_tls(const settings_map& settings) {
          (url != nullptr && url->compare(0, kImplicit.size(), kImplicit) == 0);
 }
 
+bool names_scheme(const settings_map& settings) {
+  const std::string* url = find_setting(settings, key::url);
+  return url != nullptr &&
+         (url->starts_with("ftp://") || url->starts_with("ftps://") || url->starts_with("sftp://"));
+}
+
 bool fit_into_commands(const settings_map& settings) {
   for (const char* name : {key::user, key::pwd}) {
     const std::string* text = find_setting(settings, name);

@@ -20,6 +20,10 @@ void set_proxy_options(CURL* curl, const settings_map& settings);
 /// Sets the user and the password, key file or pass phrase. May insert "proxy_pwd".
 void set_credentials(CURL* curl, settings_map& settings);
 
+/// Whether the URL begins with "ftp://", "ftps://" or "sftp://". libcurl takes other letters and guesses a
+/// scheme where there is none, but then the settings tell of no kind of server, or of an earlier one.
+[[nodiscard]] bool names_scheme(const settings_map& settings);
+
 /// Whether user and password can go out in commands. libcurl sends them as they are: behind a line break the
 /// server would read a command of its own.
 [[nodiscard]] bool fit_into_commands(const settings_map& settings);

@@ -171,6 +171,17 @@ TEST_F(Login, NeverReadsLocalFilesOrTalksHttp) {
   EXPECT_EQ(server.connections_seen(), 0u);
 }
 
+TEST_F(Login, ASchemeInOtherLettersAndAGuessedOneFail) {
+  // libcurl takes both for FTP and resolves every name below "localhost" to the loopback interface.
+  const std::string port = std::to_string(server.port());
+  ASSERT_EQ(connect(), SUCCESS);
+  for (const std::string& url :
+       {"FTP://127.0.0.1:" + port, "Ftp://127.0.0.1:" + port + "/docs", "ftp.localhost:" + port}) {
+    EXPECT_EQ(connect_with(fakes::login_document(url)), FAILED) << url;
+  }
+  EXPECT_EQ(server.connections_seen(), 1u);
+}
+
 TEST_F(Login, AUserThatLibcurlDoesNotTakeIsNoAnonymousLogin) {
   const std::string too_long(8000001, 'x');
   EXPECT_EQ(connect_with(fakes::login_document(server.url(), too_long, "s3cret")), FAILED);

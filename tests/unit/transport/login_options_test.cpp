@@ -180,6 +180,16 @@ TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutATextThatLibcurlDoesNotTake) {
   }
 }
 
+TEST_F(LoginOptions, ASchemeIsNamedAtTheBeginningInSmallLetters) {
+  for (const char* url : {"ftp://", "ftps://h", "sftp://h/x"})
+    EXPECT_TRUE(names_scheme({{"url", url}})) << url;
+  for (const char* url :
+       {"", "ftp:/h", "FTP://h", " ftp://h", "h/ftp://", "ftp.h", "http://h", "sftps://h"}) {
+    EXPECT_FALSE(names_scheme({{"url", url}})) << url;
+  }
+  EXPECT_FALSE(names_scheme({}));
+}
+
 TEST_F(LoginOptions, OnlyALineBreakKeepsACredentialOutOfACommand) {
   EXPECT_TRUE(fit_into_commands({}));
   EXPECT_TRUE(fit_into_commands({{"user", "a b:c@\t"}, {"pwd", ""}, {"proxy_pwd", "\n"}}));
