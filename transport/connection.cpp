@@ -107,6 +107,10 @@ std::string connection::get_url() { return setting(settings_, key::url); }
 CURLcode connection::exec(long connect_timeout, bool) {
   CURL* curl = GETCURL();
   if (curl == nullptr) return CURLE_FAILED_INIT;
+  // libcurl notices an idle control connection that has ended, but takes a reply that waits on one for the
+  // answer to its next command: a refused delete would be a success. Pinned by
+  // Connection.TakesAReplyThatNobodyAskedForAsTheAnswerToNoCommand.
+  if (!is_sftp() && driver_->control_has_input()) forget_control();
   if (setting_is(settings_, key::active, "true")) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
   curl_easy_setopt(curl, CURLOPT_TIMEOUT, is_sftp() ? kLongestTimeoutSeconds : kNoTimeout);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connect_timeout);

@@ -95,7 +95,7 @@ CURLcode request_driver::perform(CURL* curl) {
 void request_driver::wait(int& wait_ms) {
   // libcurl can read a reply and then need another call without any socket telling so (an EPSV reply that is
   // already there). So the first wait behind an event is none at all, and only quiet makes it longer.
-  const bool unread = !sockets_.empty() && is_readable(sockets_.front());
+  const bool unread = control_has_input();
   // A reply that libcurl leaves unread, because it is busy with the data connection or looks at the wrong
   // socket, would make the wait spin: then the control socket is not watched, and the wait stays short.
   const bool watch_control = !sockets_.empty() && !unread;
@@ -109,6 +109,10 @@ void request_driver::wait(int& wait_ms) {
   } else {
     wait_ms = std::clamp(2 * wait_ms, 1, unread ? kLongestPauseMs : kLongestWaitMs);
   }
+}
+
+bool request_driver::control_has_input() const noexcept {
+  return !sockets_.empty() && is_readable(sockets_.front());
 }
 
 bool request_driver::control_is_open(CURL* curl) const {

@@ -31,6 +31,10 @@ class request_driver : pinned {
   /// closed it nor sent anything unasked: then a further command can be sent without a new login.
   [[nodiscard]] bool control_is_open(CURL* curl) const;
 
+  /// Whether something waits to be read on the first open socket; between requests that is the control
+  /// connection, where nothing is due.
+  [[nodiscard]] bool control_has_input() const noexcept;
+
   /// While set, no socket is opened: a request that needs a new login fails instead.
   void refuse_new_sockets(bool refuse) noexcept { refuse_ = refuse; }
 

@@ -60,6 +60,7 @@ struct Fault::Rule {
 
   std::optional<std::string> reply;
   std::string extra;
+  std::shared_ptr<Gate::State> extra_gate;
   std::chrono::milliseconds delay{0};
   std::shared_ptr<Gate::State> gate;
   bool hang_up = false;
@@ -208,6 +209,7 @@ class Session {
     } else {
       ordinary();
     }
+    if (rule.extra_gate) rule.extra_gate->pass();
     if (!rule.extra.empty()) send_control(rule.extra);
     if (rule.hang_up_after_reply) throw SessionEnds{};
   }
@@ -687,7 +689,7 @@ Fault::Fault(FtpServer& server, std::string pattern) : server_{server}, rule_{st
 Fault::~Fault() {
   FtpServer::Impl& server = *server_.impl_;
   server.with([&] {
-    for (const auto& gate : {rule_->gate, rule_->data_gate}) {
+    for (const auto& gate : {rule_->gate, rule_->extra_gate, rule_->data_gate}) {
       if (gate) server.gates.push_back(gate);
     }
     server.rules.push_back(std::move(*rule_));
@@ -696,6 +698,10 @@ Fault::~Fault() {
 
 Fault& Fault::reply(std::string text) { return rule_->reply = std::move(text), *this; }
 Fault& Fault::extra(std::string bytes) { return rule_->extra = std::move(bytes), *this; }
+Fault& Fault::extra(std::string bytes, const Gate& gate) {
+  rule_->extra_gate = gate.state();
+  return extra(std::move(bytes));
+}
 Fault& Fault::delay(std::chrono::milliseconds pause) { return rule_->delay = pause, *this; }
 Fault& Fault::hold(const Gate& gate) { return rule_->gate = gate.state(), *this; }
 Fault& Fault::hang_up() { return rule_->hang_up = true, *this; }

@@ -57,6 +57,8 @@ class Fault {
   Fault& reply(std::string text);
   /// Sends these bytes, as they are, behind the reply.
   Fault& extra(std::string bytes);
+  /// The same, once the gate is open: the client has read the reply by itself.
+  Fault& extra(std::string bytes, const Gate& gate);
   Fault& delay(std::chrono::milliseconds pause);
   /// Waits at the gate before anything else is done.
   Fault& hold(const Gate& gate);

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <filesystem>
@@ -242,6 +243,24 @@ TEST_F(Connection, CanBeUsedAgainAfterItWasClosedWhereTheServerHadHungUp) {
   ASSERT_TRUE(server.wait_until_idle());
   con.close();
   EXPECT_EQ(send(con, "NOOP"), CURLE_OK);
+}
+
+// libcurl would take the waiting reply for the answer to the next command: a refused delete would be a
+// success.
+TEST_F(Connection, TakesAReplyThatNobodyAskedForAsTheAnswerToNoCommand) {
+  fakes::Gate gate;
+  server.on("NOOP").extra("250 Deleted.\r\n", gate).times(1);
+  server.on("DELE").reply("550 Not you.");
+  connection con{settings()};
+  ASSERT_EQ(con.connect(), SUCCESS);
+  ASSERT_EQ(send(con, "NOOP"), CURLE_OK);
+  gate.open();
+  curl_socket_t control = CURL_SOCKET_BAD;
+  ASSERT_EQ(curl_easy_getinfo(con.GETCURL(), CURLINFO_ACTIVESOCKET, &control), CURLE_OK);
+  pollfd waiting{control, POLLIN, 0};
+  ASSERT_EQ(poll(&waiting, 1, 10'000), 1);
+  EXPECT_EQ(send(con, "DELE a"), CURLE_QUOTE_ERROR);
+  EXPECT_THAT(server.dialogue(2), Contains("DELE a")) << "on a control connection of its own";
 }
 
 TEST_F(Connection, FailsToLogInWithoutMemoryForAHandle) {
