@@ -188,6 +188,7 @@ Parsed parse_arguments(int count, const char* const* values) {
   Raw raw;
   CLI::App app{kAbout, "ftp-host"};
   app.require_subcommand(1);
+  app.set_version_flag("--version", "ftp-host " FTP_HOST_VERSION);
   app.footer("\n" + exit_code_table());
   app.get_formatter()->column_width(34);
   add_common(app, arguments, raw);

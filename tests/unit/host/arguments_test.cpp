@@ -71,6 +71,12 @@ TEST(Arguments, HelpTellsTheExitCodesAndIsNoFailure) {
   EXPECT_EQ(parsed.text.find("--password "), std::string::npos);
 }
 
+TEST(Arguments, VersionIsNoFailure) {
+  const Parsed parsed = parse({"--version"});
+  EXPECT_EQ(parsed.exit_code, 0);
+  EXPECT_EQ(parsed.text, "ftp-host 1.0.0\n");
+}
+
 TEST(Range, ReadsAllThreeForms) {
   EXPECT_EQ(resolve_range(parse_range("2-5"), 100).offset, 2);
   EXPECT_EQ(resolve_range(parse_range("2-5"), 100).length, 4);
