@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <vector>
 
 #include "host/failure.h"
@@ -16,6 +17,20 @@ int hex_digit(char c) {
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   return -1;
+}
+
+/// Whether what follows the name or the bracketed address is nothing, or the number of a port.
+bool has_good_port(std::string_view server) {
+  const std::size_t bracket = server.starts_with('[') ? server.find(']') : 0;
+  if (bracket == std::string_view::npos) return false;
+  std::string_view rest =
+      server.substr(bracket == 0 ? std::min(server.find(':'), server.size()) : bracket + 1);
+  if (rest.empty()) return true;
+  if (!rest.starts_with(':')) return false;
+  rest.remove_prefix(1);
+  unsigned port = 0;
+  const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), port);
+  return error == std::errc{} && end == rest.data() + rest.size() && port >= 1 && port <= 65535;
 }
 
 Failure usage(std::string_view what) { return Failure{ExitCode::usage, std::string{what}}; }
@@ -90,6 +105,7 @@ RemoteUrl parse_remote_url(std::string_view text) {
   }
   url.server = authority;
   if (url.server.empty() || url.server.front() == ':') throw usage(fmt::format("{} names no host", text));
+  if (!has_good_port(url.server)) throw usage(fmt::format("{}: the port is a number up to 65535", text));
   url.path = tidy_path(path, url.scheme != "sftp");
   url.directory = path.ends_with('/');
   return url;

@@ -29,7 +29,11 @@ bool take_date(std::string_view& text, std::tm& time) {
   }
   time.tm_year -= 1900;
   time.tm_mon -= 1;
-  return time.tm_mon >= 0 && time.tm_mon < 12 && time.tm_mday >= 1 && time.tm_mday <= 31;
+  constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (time.tm_mon < 0 || time.tm_mon >= 12) return false;
+  const int year = time.tm_year + 1900;
+  const bool leap = time.tm_mon == 1 && year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  return time.tm_mday >= 1 && time.tm_mday <= kDays[time.tm_mon] + (leap ? 1 : 0);
 }
 
 bool take_minutes(std::string_view& text, std::tm& time) {
@@ -70,7 +74,7 @@ std::optional<std::time_t> parse_user_time(std::string_view text) {
   if (!take_date(text, time)) return std::nullopt;
   if (take(text, "T ")) {
     if (!take_minutes(text, time)) return std::nullopt;
-    if (take(text, ":") && !take_number(text, 2, time.tm_sec)) return std::nullopt;
+    if (take(text, ":") && (!take_number(text, 2, time.tm_sec) || time.tm_sec > 60)) return std::nullopt;
   }
   const bool utc = take(text, "Z");
   if (!text.empty()) return std::nullopt;

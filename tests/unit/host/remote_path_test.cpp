@@ -43,7 +43,8 @@ TEST(RemoteUrl, RemembersThatTheUserMeantADirectory) {
 
 TEST(RemoteUrl, RefusesWhatItCannotServe) {
   for (const char* text : {"http://host/", "host/path", "ftp://", "ftp:///path", "ftp://:21/", "ftp://h/%4",
-                           "ftp://h/%zz", "ftp://h/%00", "ftp://ann:secret@h/", "ftp://ann:@h/"}) {
+                           "ftp://h/%zz", "ftp://h/%00", "ftp://h:ab/", "ftp://h:0/", "ftp://h:65536/",
+                           "ftp://[::1]x/", "ftp://ann:secret@h/", "ftp://ann:@h/"}) {
     try {
       (void)parse_remote_url(text);
       ADD_FAILURE() << text;

@@ -41,8 +41,8 @@ TEST(UserTime, IsLocalOtherwise) {
 }
 
 TEST(UserTime, RefusesOtherTexts) {
-  for (const char* text :
-       {"", "yesterday", "2024-3-5", "2024-03-05T25:00", "2024-03-05 07:08:09 PM", "@x", "2024-00-05"}) {
+  for (const char* text : {"", "yesterday", "2024-3-5", "2024-03-05T25:00", "2024-03-05 07:08:09 PM", "@x",
+                           "2024-00-05", "2024-02-30", "2023-02-29Z", "2024-03-05T07:08:61"}) {
     EXPECT_EQ(parse_user_time(text), std::nullopt) << text;
   }
 }
