@@ -171,15 +171,15 @@ std::int64_t upload_file(Session& session, Progress& progress, const LocalDirect
       stored);
   source.check();
   check_stored(session, directory, temporary_leaf, source.size(), outcome, stored);
-  if (session.sets_times()) {
-    const Outcome timed = session.set_time(temporary.id(), source.time());
-    if (timed.code != SUCCESS) {
-      throw session.failure(session.url_of(join_path(directory, remote_name)) + ": its time cannot be set",
-                            timed);
-    }
-  }
+  Outcome timed{SUCCESS, {}};
+  if (session.sets_times()) timed = session.set_time(temporary.id(), source.time());
   settle_name(session, temporary, directory, remote_name, source);
   temporary.armed = false;
+  // The content is worth more than its time.
+  if (timed.code != SUCCESS) {
+    throw session.failure(
+        session.url_of(join_path(directory, remote_name)) + ": stored, but its time cannot be set", timed);
+  }
   progress.file_done();
   return source.size();
 }

@@ -10,7 +10,8 @@ namespace ftp_host {
 /// Stores the local file `name` of `from` as `remote_name` in the remote directory `directory`, with its
 /// modification time where the server takes one. The remote file is complete at every moment, old or new,
 /// except on a server that refuses to rename over a file: there the old one is removed just before. Answers
-/// the number of bytes. Throws a Failure, also when the local file changes meanwhile.
+/// the number of bytes. Throws a Failure, also when the local file changes meanwhile, and when the server
+/// stores the file and refuses its time.
 std::int64_t upload_file(Session& session, Progress& progress, const LocalDirectory& from,
                          const std::string& name, const std::string& directory,
                          const std::string& remote_name);
