@@ -64,8 +64,11 @@ bool same_file(const LocalEntry& local, const Entry& entry) {
 DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
                              const LocalDirectory& directory, const std::string& name, bool resume) {
   const std::string path = directory.path_of(name);
-  if (const auto there = directory.find(name); there && there->kind == LocalEntry::Kind::directory) {
-    throw local_failure(path, EISDIR);
+  if (const auto there = directory.find(name)) {
+    if (there->kind == LocalEntry::Kind::directory) throw local_failure(path, EISDIR);
+    // Renaming over it would take a device or a pipe away from others.
+    if (there->kind == LocalEntry::Kind::other)
+      throw Failure{ExitCode::local_file, path + ": not a regular file"};
   }
   const std::string temporary = temporary_name(name, identity_of(session, entry));
   const FileHandle file = directory.open_for_writing(temporary);
