@@ -1,6 +1,10 @@
 // put and sync.
 #include <fmt/format.h>
 
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
 #include "host/commands.h"
 #include "host/documents.h"
 #include "host/look_up.h"
@@ -85,17 +89,22 @@ ExitCode synchronise(Context& context, Session& session, const RemoteUrl& url, c
 }
 
 ExitCode put_file(Context& context, Session& session, const RemoteUrl& url, const std::string& local) {
-  const SplitPath from = split_local_path(local);
+  // A link that the user names stands for its file; links inside a tree are left out.
+  std::error_code unresolved;
+  const std::filesystem::path resolved = std::filesystem::canonical(local, unresolved);
+  if (unresolved) throw local_failure(local, unresolved.value());
+  const SplitPath from = split_local_path(resolved.string());
   std::string directory = parent_path(url.path);
   std::string name = leaf_name(url.path);
   const std::optional<Entry> there = look_up(session, url.path);
   if (there ? there->directory : url.directory) {
     directory = url.path;
-    name = from.name;
+    name = split_local_path(local).name;
     if (!there) throw Failure{ExitCode::not_found, url.text() + ": no such directory"};
   }
   Listing listing;
   if (const Outcome outcome = session.list(directory, listing); outcome.code != SUCCESS) {
+    (void)must_look_up(session, directory);
     throw session.failure(session.url_of(directory), outcome);
   }
   for (const Entry& entry : listing.entries) {
@@ -104,7 +113,9 @@ ExitCode put_file(Context& context, Session& session, const RemoteUrl& url, cons
   SyncReport report;
   {
     Progress progress{context.console};
-    progress.set_total(find_local(local)->size);
+    const std::optional<LocalEntry> source = find_local(resolved.string());
+    if (!source) throw local_failure(local, ENOENT);
+    progress.set_total(source->size);
     const auto begin = std::chrono::steady_clock::now();
     report.bytes =
         upload_file(session, progress, LocalDirectory::open(from.directory), from.name, directory, name);
