@@ -125,7 +125,11 @@ ExitCode run_touch(Context& context) {
   }
   const auto session = open_session(context, url);
   std::optional<Entry> entry = look_up(*session, url.path);
+  Entry unlisted;
+  // What a listing leaves out may be there all the same, and must not be emptied.
+  if (!entry && session->file_info(url.path, unlisted).code == SUCCESS) entry = unlisted;
   if (!entry) {
+    (void)must_look_up(*session, parent_path(url.path));
     upload_empty(*session, parent_path(url.path), leaf_name(url.path));
     entry = must_look_up(*session, url.path);
   }

@@ -28,11 +28,12 @@ class TreeDownload {
   TreeDownload(Context& context, Session& session)
       : context_{context}, session_{session}, progress_{context.console} {}
 
-  void directory(const Listing& listing, const LocalDirectory& local) {
-    if (!path_.enter(listing)) {
+  void directory(const Listing& listing, const std::string& id, const LocalDirectory& local) {
+    if (!path_.enter(listing, id)) {
       context_.console.notice(local.path() + ": a link to a directory above it, or too deep: left out");
       return;
     }
+    const WalkGuard inside{path_};
     if (listing.hostile > 0) {
       context_.console.notice(
           fmt::format("{}: {} unusable names from the server left out", local.path(), listing.hostile));
@@ -42,7 +43,6 @@ class TreeDownload {
       if (is_temporary_name(entry.name)) continue;  // what an interrupted upload left
       guarded([&] { one(entry, local); });
     }
-    path_.leave();
   }
 
   void file(const Entry& entry, const LocalDirectory& local, const std::string& name) {
@@ -90,7 +90,7 @@ class TreeDownload {
     if (entry.directory) {
       Listing inner;
       if (list_directory(session_, entry, inner)) {
-        directory(inner, local.enter(entry.name, true));
+        directory(inner, entry.id, local.enter(entry.name, true));
         return;
       }
     }
@@ -112,7 +112,7 @@ class TreeDownload {
   Context& context_;
   Session& session_;
   Progress progress_;
-  WalkPath path_;
+  WalkPath path_{list_of(session_)};
   std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
   std::size_t files_ = 0, skipped_ = 0, failed_ = 0;
   std::int64_t bytes_ = 0, resumed_ = 0;
@@ -197,7 +197,7 @@ ExitCode run_get(Context& context) {
   }
   const std::string target = tree_target(arguments, url);
   make_local_directory(target);
-  download.directory(listing, LocalDirectory::open(target));
+  download.directory(listing, top.id, LocalDirectory::open(target));
   return download.end();
 }
 

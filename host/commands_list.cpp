@@ -31,16 +31,16 @@ class Lister {
  public:
   Lister(Context& context, Session& session) : context_{context}, session_{session} {}
 
-  void directory(const Listing& listing, const std::string& shown, bool heading) {
-    if (!path_.enter(listing)) {
+  void directory(const Listing& listing, const std::string& id, const std::string& shown, bool heading) {
+    if (!path_.enter(listing, id)) {
       context_.console.notice(shown + ": a link to a directory above it, or too deep: left out");
       return;
     }
+    const WalkGuard inside{path_};
     note_hostile(shown, listing);
     if (heading) text(fmt::format("{}{}:\n", printed_ ? "\n" : "", context_.console.shown_name(shown)));
     for (const Entry& item : listing.entries) entry(item);
     if (context_.arguments.recursive) below(listing, shown);
-    path_.leave();
   }
 
   void entry(const Entry& item) {
@@ -64,7 +64,7 @@ class Lister {
       const std::string name = join_path(shown, item.name);
       try {
         Listing inner;
-        if (list_directory(session_, item, inner)) directory(inner, name, true);
+        if (list_directory(session_, item, inner)) directory(inner, item.id, name, true);
       } catch (const Failure& failure) {
         if (failure.code() == ExitCode::cancelled) throw;
         context_.console.complain(failure.what());
@@ -88,7 +88,7 @@ class Lister {
 
   Context& context_;
   Session& session_;
-  WalkPath path_;
+  WalkPath path_{list_of(session_)};
   Json::Value json_{Json::arrayValue};
   bool printed_ = false;
   ExitCode result_ = ExitCode::ok;
@@ -131,7 +131,7 @@ ExitCode run_ls(Context& context) {
     if (top.directory) (void)list_directory(*session, top, listing);
   }
   if (top.directory) {
-    lister.directory(listing, url.path, context.arguments.recursive);
+    lister.directory(listing, top.id, url.path, context.arguments.recursive);
   } else {
     lister.entry(top);
   }

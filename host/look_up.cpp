@@ -40,8 +40,9 @@ std::optional<Entry> look_up(Session& session, const std::string& id) {
     const auto found = std::find_if(listing.entries.begin(), listing.entries.end(),
                                     [&](const Entry& entry) { return entry.name == leaf || entry.id == id; });
     if (found != listing.entries.end()) return *found;
-    // Some servers leave names with a leading dot out of their listings.
-    if (leaf.starts_with('.')) return ask_directly(session, id, outcome);
+    // Some servers leave names with a leading dot out of their listings, or list a directory that they cannot
+    // read as an empty one.
+    if (leaf.starts_with('.') || listing.entries.empty()) return ask_directly(session, id, outcome);
     return std::nullopt;
   }
   if (auto entry = ask_directly(session, id, outcome)) return entry;

@@ -61,7 +61,7 @@ bool explains(const std::string& text) {
       "Remembering we",     "ftp_perform",  "Request has same", "Re-using existing",
       "Entry path",         "Maxdownload",  "Getting file",     "Connect data stream",
       "Connecting to",      "Connected to", "  Trying",         "We are completely",
-      "Uploaded",           "Using ",       "Shutting down"};
+      "Uploaded",           "Using ",       "Shutting down",    "TLSv"};
   return !text.empty() && std::none_of(std::begin(kTalk), std::end(kTalk),
                                        [&](const char* talk) { return text.starts_with(talk); });
 }
@@ -78,7 +78,10 @@ void note_log_line(OperationLog& log, std::string_view line) {
     log.server_spoke = true;
     std::string text = redact(line.substr(kReply.size()));
     trim_end(text);
-    if (text.starts_with('4') || text.starts_with('5')) log.last_refusal = std::move(text);
+    // vsftpd's words for a directory that may be entered but not read: what it lists then is empty.
+    const bool unread = text.starts_with("226") && text.find("failed to open directory") != std::string::npos;
+    log.listing_failed = log.listing_failed || unread;
+    if (unread || text.starts_with('4') || text.starts_with('5')) log.last_refusal = std::move(text);
   } else if (line.starts_with(kInformation)) {
     std::string text = redact(line.substr(kInformation.size()));
     trim_end(text);

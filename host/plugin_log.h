@@ -16,6 +16,7 @@ namespace ftp_host {
 struct OperationLog {
   std::string last_refusal;      ///< the last reply of the server that refused something
   std::string last_information;  ///< the transport's last informational line
+  bool listing_failed = false;   ///< a listing was answered with success, and yet could not be made
   bool server_spoke = false;     ///< a reply came, or at least a connection stood
 
   /// The best explanation there is, in one line; may be empty.

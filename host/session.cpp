@@ -110,8 +110,8 @@ void Session::connect(const ConnectOptions& options) {
   operations_.console().detail(
       fmt::format("logging in to {} as {}", url_.root(), options.user.empty() ? "anonymous" : options.user));
   LifeSign life;
-  const Outcome outcome =
-      operations_.run("login", life, [&] { return protocol_->Connect(nullptr, fields.c_str()); });
+  const Outcome outcome = operations_.run("login at " + url_.root(), life,
+                                          [&] { return protocol_->Connect(nullptr, fields.c_str()); });
   if (outcome.code == SUCCESS) return;
   const ExitCode code = login_exit_code(outcome);
   const char* const what = code == ExitCode::login_refused ? "the server refused the login"
@@ -134,6 +134,7 @@ Outcome Session::list(const std::string& id, Listing& listing) {
   Outcome outcome = operations_.run("listing of " + url_of(id), life, [&] {
     return protocol_->GetFileList(path.c_str(), &collector, nullptr);
   });
+  if (outcome.code == SUCCESS && outcome.log.listing_failed) outcome.code = FAILED;
   if (outcome.code == SUCCESS) listing = make_listing(id, records);
   return outcome;
 }

@@ -1,5 +1,7 @@
 #include "host/sync_plan.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <map>
 
@@ -11,6 +13,9 @@ namespace {
 
 using ByName = std::map<std::string, Entry>;
 
+/// Names that a server is asked for before an empty listing of its counts: each costs a request.
+constexpr int kProofs = 20;
+
 class Planner {
  public:
   Planner(Tree& source, Tree& target, const SyncOptions& options)
@@ -20,7 +25,7 @@ class Planner {
     PlannedDirectory top;
     if (target_exists) top.target = target_.top();
     plan_.directories.push_back(top);
-    guarded([&] { directory(0, source_.list(source_.top())); });
+    guarded([&] { directory(0, source_.top(), source_.list(source_.top())); });
     return std::move(plan_);
   }
 
@@ -36,12 +41,20 @@ class Planner {
     }
   }
 
-  void directory(std::size_t index, const Listing& listing) {
+  void directory(std::size_t index, const std::string& from, const Listing& listing) {
     const std::string path = plan_.directories[index].path;
+    std::optional<WalkGuard> inside;
     // On this machine links are not followed, so there is nothing to run in circles.
-    if (!options_.upload && !walk_.enter(listing)) {
-      plan_.left_out.push_back(path + ": a link to a directory above it, or too deep");
-      return;
+    if (!options_.upload) {
+      if (!walk_.enter(listing, from)) {
+        plan_.left_out.push_back(path + ": a link to a directory above it, or too deep");
+        return;
+      }
+      inside.emplace(walk_);
+    }
+    if (listing.hostile > 0) {
+      plan_.left_out.push_back(fmt::format("{}: {} unusable names from the server",
+                                           path.empty() ? source_.top() : path, listing.hostile));
     }
     ByName there = target_entries(index);
     for (const Entry& entry : listing.entries) {
@@ -59,8 +72,7 @@ class Planner {
       }
       guarded([&] { this->entry(index, below, entry, target); });
     }
-    if (options_.remove) extras(path, there);
-    if (!options_.upload) walk_.leave();
+    if (options_.remove) extras(path, from, listing.entries.empty(), there);
   }
 
   /// What the target's directory holds. Temporary files are noted for removal and are not part of it.
@@ -78,7 +90,9 @@ class Planner {
     return there;
   }
 
-  void entry(std::size_t index, const std::string& path, const Entry& source, std::optional<Entry> target) {
+  void entry(std::size_t index, const std::string& path, Entry source, std::optional<Entry> target) {
+    // Read it before anything in its way counts as of another kind.
+    const std::optional<Listing> listing = listing_or_file(source);
     const std::optional<std::string> place = plan_.directories[index].target;
     // Some servers keep names with a leading dot to themselves.
     if (!target && place && source.name.starts_with('.')) {
@@ -97,33 +111,38 @@ class Planner {
       plan_.conflicts.push_back({path, target->id, target->directory});
       target.reset();
     }
-    if (source.directory) {
-      subdirectory(index, path, source, target);
+    if (listing) {
+      subdirectory(index, path, source, *listing, target);
     } else {
       file(index, path, source, target);
     }
   }
 
-  void subdirectory(std::size_t index, const std::string& path, const Entry& source,
-                    const std::optional<Entry>& target) {
-    Listing listing;
+  /// What is in the directory `source`; none when it is a file. A link to a file is listed as a directory:
+  /// `source` becomes that file.
+  std::optional<Listing> listing_or_file(Entry& source) {
+    if (!source.directory) return std::nullopt;
     try {
-      listing = source_.list(source.id);
+      return source_.list(source.id);
     } catch (const Failure& failure) {
-      std::optional<Entry> linked;  // a link to a file is listed as a directory here, too
+      std::optional<Entry> linked;
       if (failure.code() != ExitCode::cancelled) linked = source_.as_file(source.id);
       if (!linked) throw;
       linked->name = source.name;
-      file(index, path, *linked, target && !target->directory ? target : std::nullopt);
-      return;
+      source = *linked;
+      return std::nullopt;
     }
+  }
+
+  void subdirectory(std::size_t index, const std::string& path, const Entry& source, const Listing& listing,
+                    const std::optional<Entry>& target) {
     PlannedDirectory made;
     made.path = path;
     made.parent = index;
     made.name = source.name;
     if (target) made.target = target->id;
     plan_.directories.push_back(made);
-    directory(plan_.directories.size() - 1, listing);
+    directory(plan_.directories.size() - 1, source.id, listing);
   }
 
   void file(std::size_t index, const std::string& path, const Entry& source,
@@ -136,23 +155,43 @@ class Planner {
         ++plan_.unchanged;
         return;
       }
-      if (verdict == Verdict::ask) planned.target = target;
+      // A server's listing may tell the size of a link instead of that of the file.
+      if (verdict == Verdict::ask || !options_.upload) planned.target = target;
     }
     plan_.files.push_back(std::move(planned));
   }
 
-  void extras(const std::string& path, const ByName& there) {
+  /// What the source does not have. `empty`: its directory `from` was listed so. A server may keep names with
+  /// a leading dot to itself, and may list a directory that it cannot read as an empty one.
+  void extras(const std::string& path, const std::string& from, bool empty, const ByName& there) {
+    std::vector<PlannedRemoval> found;
+    int proofs = 0;
     for (const auto& [name, entry] : there) {
       const std::string below = path_below(path, name);
-      if (options_.filter.takes(below, entry.directory))
-        plan_.extras.push_back({below, entry.id, entry.directory});
+      if (!options_.filter.takes(below, entry.directory)) continue;
+      const bool hidden = name.starts_with('.');
+      const bool doubtful = hidden || (empty && proofs++ < kProofs);
+      if (doubtful && source_.find_hidden(from, name, entry.directory)) {
+        if (hidden) continue;
+        throw Failure{ExitCode::other, (path.empty() ? from : path) + ": listed as empty, and yet it holds " +
+                                           name + ": nothing is removed"};
+      }
+      found.push_back({below, entry.id, entry.directory});
     }
+    plan_.extras.insert(plan_.extras.end(), found.begin(), found.end());
   }
 
   Tree& source_;
   Tree& target_;
   const SyncOptions& options_;
-  WalkPath walk_;
+  WalkPath walk_{[this](const std::string& place) -> std::optional<Listing> {
+    try {
+      return source_.list(place);
+    } catch (const Failure& failure) {
+      if (failure.code() == ExitCode::cancelled) throw;
+      return std::nullopt;
+    }
+  }};
   Plan plan_;
 };
 

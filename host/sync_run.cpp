@@ -112,7 +112,9 @@ void SyncRun::settle_doubts(Plan& plan) {
 }
 
 void SyncRun::report_plan(const Plan& plan) {
-  for (const PlannedRemoval& removal : plan.conflicts) note("remove", removal.path, removal.directory);
+  if (plan.problems.empty()) {
+    for (const PlannedRemoval& removal : plan.conflicts) note("remove", removal.path, removal.directory);
+  }
   for (const PlannedDirectory& directory : plan.directories) {
     if (!directory.target && !directory.path.empty()) note("make", directory.path, true);
   }
@@ -133,7 +135,8 @@ void SyncRun::report_plan(const Plan& plan) {
 void SyncRun::carry_out(Plan& plan) {
   // A partial upload is of no use. A partial download is continued, so it goes only when all is done.
   if (options_.upload) remove_temporaries(plan);
-  remove(plan.conflicts);
+  // Without them what they are in the way of fails, and says so.
+  if (report_.failed == 0) remove(plan.conflicts);
   make_directories(plan);
   {
     Progress progress{console_};

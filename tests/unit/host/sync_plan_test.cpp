@@ -130,6 +130,12 @@ SyncOptions upload_options(bool remove = false) {
   return options;
 }
 
+SyncOptions download_options(bool remove = false) {
+  SyncOptions options = upload_options(remove);
+  options.upload = false;
+  return options;
+}
+
 std::vector<std::string> copied(const Plan& plan) {
   std::vector<std::string> paths;
   for (const PlannedFile& file : plan.files) paths.push_back(file.path);
@@ -250,6 +256,64 @@ TEST(Plan, TakesAServersLinkToAFileForAFile) {
   const Plan plan = make_plan(source, target, true, options);
   EXPECT_TRUE(plan.problems.empty());
   EXPECT_EQ(copied(plan), Paths{"link"});
+}
+
+TEST(Plan, KeepsTheFileThatALinkToAFileBecame) {
+  MemoryTree source{{"link/"}};
+  source.unreadable.insert("link");
+  source.file_links["link"] = make_file("link", 5, 100);
+  MemoryTree target{{"link"}};
+  for (const bool remove : {false, true}) {
+    const Plan plan = make_plan(source, target, true, download_options(remove));
+    EXPECT_TRUE(plan.problems.empty());
+    EXPECT_TRUE(plan.conflicts.empty());
+    EXPECT_TRUE(plan.files.empty());
+    EXPECT_EQ(plan.unchanged, 1u);
+  }
+}
+
+TEST(Plan, KeepsAFileInTheWayOfADirectoryThatCannotBeRead) {
+  MemoryTree source{{"d/", "d/x"}};
+  source.unreadable.insert("d");
+  MemoryTree target{{"d"}};
+  const Plan plan = make_plan(source, target, true, download_options(true));
+  EXPECT_EQ(plan.problems.size(), 1u);
+  EXPECT_TRUE(plan.conflicts.empty());
+}
+
+TEST(Plan, AsksForAFileWhoseListedSizeMayBeThatOfALink) {
+  MemoryTree source{{"link"}};
+  source.at("link").size = 10;
+  MemoryTree target{{"link"}};
+  const Plan plan = make_plan(source, target, true, download_options());
+  ASSERT_EQ(plan.files.size(), 1u);
+  EXPECT_TRUE(plan.files[0].target);
+}
+
+TEST(Plan, RemovesNoNameThatTheSourceOnlyHides) {
+  MemoryTree source{{"a", ".dot", ".dir/", ".dir/x"}};
+  source.hidden = {".dot", ".dir"};
+  MemoryTree target{{"a", ".dot", ".dir/", ".dir/x", ".gone"}};
+  const Plan plan = make_plan(source, target, true, download_options(true));
+  EXPECT_TRUE(plan.problems.empty());
+  EXPECT_EQ(paths_of(plan.extras), Paths{".gone"});
+}
+
+TEST(Plan, TakesAnEmptyListingForAFailureWhenANameIsThereAllTheSame) {
+  MemoryTree source{{"d/", "d/x", "e/"}};
+  source.hidden = {"d/x"};
+  MemoryTree target{{"d/", "d/w", "d/x", "e/", "e/y"}};
+  const Plan plan = make_plan(source, target, true, download_options(true));
+  EXPECT_EQ(plan.problems.size(), 1u);
+  EXPECT_EQ(paths_of(plan.extras), Paths{"e/y"});
+}
+
+TEST(Plan, WalksThroughDirectoriesThatLookAlike) {
+  MemoryTree source{{"a/", "a/a/", "a/a/a/", "a/a/a/f"}};
+  MemoryTree target{{}};
+  const Plan plan = make_plan(source, target, true, download_options());
+  EXPECT_TRUE(plan.left_out.empty());
+  EXPECT_EQ(copied(plan), Paths{"a/a/a/f"});
 }
 
 TEST(Plan, ComparesWithTheFileBehindALinkOfTheTarget) {
