@@ -180,6 +180,30 @@ TEST_P(HostOnServers, ASyncSeesAChangeOfTheSameSize) {
   EXPECT_EQ(tree_of(server_.folder() / "up", false), tree_of(source, false));
 }
 
+TEST_P(HostOnServers, ASecondSyncTransfersNoLinkAgain) {
+  server_.add_file("links/f", "hello", 1600000000);
+  server_.add_file("links/d/g", "hello", 1600000000);
+  fs::create_symlink("f", server_.folder() / "links" / "a longer name");
+  fs::create_symlink("..", server_.folder() / "links" / "d" / "up");
+  const fs::path down = folder_ / "down";
+  EXPECT_EQ(sync(url_ + "/links", down)["copied"].asInt(), 3);
+  EXPECT_EQ(sync(url_ + "/links", down, {"--delete"})["actions"].size(), 0u);
+  std::ifstream copy{down / "a longer name"};
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>{copy}, {}), "hello");
+}
+
+TEST_P(HostOnServers, DeleteSparesWhatLiesInADirectoryThatCannotBeRead) {
+  // It can be entered, and some servers then list nothing and call that a success.
+  server_.add_file("top/closed/f", "hello", 1600000000);
+  const fs::path down = folder_ / "down";
+  EXPECT_EQ(sync(url_ + "/top", down)["copied"].asInt(), 1);
+  write(down / "extra", 10, 1600000000);
+  ASSERT_EQ(chmod((server_.folder() / "top" / "closed").c_str(), 0311), 0);
+  EXPECT_EQ(wait_for(spawn({"sync", "--delete", url_ + "/top", down}, folder_ / "output")), 1);
+  EXPECT_TRUE(fs::exists(down / "closed" / "f"));
+  EXPECT_TRUE(fs::exists(down / "extra"));
+}
+
 TEST_P(HostOnServers, PutGetMoveAndRemoveWork) {
   write(folder_ / "f", 100000, 1704067200);
   const fs::path output = folder_ / "output";

@@ -80,16 +80,21 @@ def without_machine_listing():
     return commands
 
 
-def tree_of(folder):
-    """Paths below `folder` with the kind, bytes and whole seconds of their files."""
+def tree_of(folder, changing=False):
+    """Paths below `folder` with the kind, bytes and whole seconds of their files. A file that goes meanwhile is
+    left out of a tree that is `changing`."""
     found = {}
     for at, directories, files in os.walk(folder):
         for name in directories:
             found[os.path.relpath(os.path.join(at, name), folder)] = None
         for name in files:
             path = os.path.join(at, name)
-            with open(path, "rb") as file:
-                found[os.path.relpath(path, folder)] = (file.read(), int(os.stat(path).st_mtime))
+            try:
+                with open(path, "rb") as file:
+                    found[os.path.relpath(path, folder)] = (file.read(), int(os.fstat(file.fileno()).st_mtime))
+            except FileNotFoundError:
+                if not changing:
+                    raise
     return found
 
 
@@ -198,6 +203,10 @@ class ExitCodes(HostTest):
                 self.host(verb, server.url + path, code=5)
             self.host("mv", server.url + path, "other", code=5)
         self.host("mkdir", server.url + "/x/y", code=5)
+        self.write(self.local, "f")
+        for arguments in (["put", "f"], ["touch"]):
+            done = self.host(*arguments, server.url + "/x/y/f", code=5)
+            self.assertIn(b"/x/y: not found", done.stderr)
 
     def test_a_local_file_that_cannot_be_written_is_a_local_error(self):
         server = self.start()
@@ -399,6 +408,25 @@ class Downloads(HostTest):
         self.assertEqual(tree_of(self.local)["precious"][0], b"precious")
         self.assertFalse(os.path.islink(os.path.join(self.local, "f")))
 
+    def test_get_never_replaces_a_special_file(self):
+        server = self.start()
+        self.write(self.remote, "f")
+        pipe = os.path.join(self.local, "f")
+        os.mkfifo(pipe)
+        for arguments in (["get", server.url + "/f", pipe], ["get", "-r", server.url, "."], ["sync", server.url, "."]):
+            done = self.host(*arguments, code=6)
+            self.assertIn(b"not a regular file", done.stderr)
+            self.assertTrue(stat.S_ISFIFO(os.lstat(pipe).st_mode))
+        self.assertEqual(self.leftovers(self.local), [])
+
+    def test_get_r_takes_directories_that_look_alike(self):
+        server = self.start()
+        self.write(self.remote, "a/a/a/f")
+        for path in ("a/a/a", "a/a", "a"):
+            os.utime(os.path.join(self.remote, path), (1_600_000_000, 1_600_000_000))
+        self.host("get", "-r", server.url, "out")
+        self.assertEqual(tree_of(os.path.join(self.local, "out")), tree_of(self.remote))
+
     def test_get_r_takes_a_tree_and_resume_skips_what_is_complete(self):
         server = self.start()
         fill(self.remote)
@@ -539,6 +567,34 @@ class Changes(HostTest):
         self.assertIn(b"552", done.stderr)
         self.assertEqual({name: entry[0] for name, entry in tree_of(self.remote).items()}, {"f": b"old"})
 
+    def test_put_follows_the_link_that_it_is_given(self):
+        server = self.start()
+        self.write(self.local, "d/f", b"behind it")
+        os.symlink("d/f", os.path.join(self.local, "link"))
+        self.host("put", "link", server.url + "/")
+        self.assertEqual(tree_of(self.remote)["link"][0], b"behind it")
+
+    def test_put_stores_the_file_when_only_its_time_is_refused(self):
+        def refuse(handler, path, timeval):
+            handler.respond("550 No times today.")
+
+        server = self.start(ftp_MFMT=refuse)
+        self.write(self.remote, "f", b"old")
+        self.write(self.local, "f", b"new content")
+        done = self.host("put", "f", server.url + "/", code=1)
+        self.assertIn(b"stored, but its time cannot be set", done.stderr)
+        self.assertIn(b"550 No times today.", done.stderr)
+        self.assertEqual({name: entry[0] for name, entry in tree_of(self.remote).items()}, {"f": b"new content"})
+
+    def test_touch_never_empties_a_file_that_is_not_listed(self):
+        def hide(filesystem, basedir, listing, perms, facts, ignore_err=True):
+            return iter([b"type=file;size=1;modify=20240305070809; other\r\n"])
+
+        server = self.start(abstracted_fs=type("Hiding", (AbstractedFS,), {"format_mlsx": hide}))
+        self.write(self.remote, "f", b"precious")
+        self.host("touch", "--time", "2024-03-05T07:08:09Z", server.url + "/f")
+        self.assertEqual(tree_of(self.remote)["f"], (b"precious", 1709622489))
+
     def test_put_removes_what_a_killed_run_left_of_the_same_file(self):
         server = self.start(dtp_handler=throttled(300_000))
         self.write(self.local, "f", bytes(2_000_000))
@@ -644,6 +700,79 @@ class Sync(HostTest):
         self.assertEqual((told["failed"], told["removed"]), (1, 0))
         self.assertEqual(sorted(tree_of(self.remote)), ["extra"])
 
+    def links_of_the_server(self):
+        """A server that lists links as directories, as others do."""
+        def format_mlsx(filesystem, basedir, listing, perms, facts, ignore_err=True):
+            for line in AbstractedFS.format_mlsx(filesystem, basedir, listing, perms, facts, ignore_err):
+                name = line.split(b"; ", 1)[1].strip().decode()
+                if os.path.islink(os.path.join(basedir, name)):
+                    line = line.replace(b"type=file", b"type=dir")
+                yield line
+
+        return type("Links", (AbstractedFS,), {"format_mlsx": format_mlsx})
+
+    def test_a_servers_link_to_a_file_stays_the_file_that_it_became(self):
+        server = self.start(abstracted_fs=self.links_of_the_server())
+        self.write(self.remote, "f", b"12345", 1_600_000_000)
+        os.symlink("f", os.path.join(self.remote, "link"))
+        self.assertEqual(self.sync(server.url, "t")["copied"], 2)
+        self.assertEqual(self.sync(server.url, "t")["actions"], [])
+        self.assertEqual(self.sync(server.url, "t", "--delete")["actions"], [])
+
+    def test_delete_removes_nothing_in_the_way_of_what_cannot_be_read(self):
+        def refuse(handler, path):
+            if os.path.basename(path) in ("x", "y"):
+                handler.respond("550 Permission denied.")
+                return None
+            return FTPHandler.ftp_MLSD(handler, path)
+
+        server = self.start(ftp_MLSD=refuse)
+        os.makedirs(os.path.join(self.remote, "x"))
+        os.makedirs(os.path.join(self.remote, "y"))
+        self.write(self.remote, "z")
+        self.write(self.local, "t/x", b"precious")
+        self.write(self.local, "t/z/precious")
+        told = self.sync(server.url, "t", "--delete", code=1)
+        self.assertEqual(told["removed"], 0)
+        self.assertEqual(sorted(tree_of(os.path.join(self.local, "t"))), ["x", "z", "z/precious"])
+
+    def test_delete_does_not_believe_an_empty_listing_of_a_directory_that_is_not(self):
+        def nothing(filesystem, basedir, listing, perms, facts, ignore_err=True):
+            if os.path.basename(basedir) == "closed":
+                return iter([])
+            return AbstractedFS.format_mlsx(filesystem, basedir, listing, perms, facts, ignore_err)
+
+        server = self.start(abstracted_fs=type("Closed", (AbstractedFS,), {"format_mlsx": nothing}))
+        for folder in (self.remote, os.path.join(self.local, "t")):
+            self.write(folder, "closed/f", when=1_600_000_000)
+            self.write(folder, "g", when=1_600_000_000)
+        self.write(self.local, "t/extra")
+        for option in ([], ["--dry-run"]):
+            done = self.host("sync", "--delete", *option, server.url, "t", code=1)
+            self.assertIn(b"closed: listed as empty, and yet it holds f", done.stderr)
+            self.assertEqual(sorted(tree_of(os.path.join(self.local, "t"))), ["closed", "closed/f", "extra", "g"])
+
+    def test_delete_spares_what_the_source_only_hides(self):
+        def hide(filesystem, basedir, listing, perms, facts, ignore_err=True):
+            shown = [name for name in listing if not name.startswith(".")]
+            return AbstractedFS.format_mlsx(filesystem, basedir, shown, perms, facts, ignore_err)
+
+        server = self.start(abstracted_fs=type("Hiding", (AbstractedFS,), {"format_mlsx": hide}))
+        for name in (".dot", ".dir/f", "g"):
+            self.write(self.local, "t/" + name, when=1_600_000_000)
+        self.sync("t", server.url)
+        self.write(self.local, "t/.gone")
+        told = self.sync(server.url, "t", "--delete")
+        self.assertEqual([action["path"] for action in told["actions"]], [".gone"])
+        self.assertEqual(tree_of(os.path.join(self.local, "t")), tree_of(self.remote))
+
+    def test_tells_of_names_that_cannot_be_used(self):
+        filesystem = type("Hostile", (AbstractedFS,), {"format_mlsx": hostile_listing})
+        self.write(self.remote, "fine", b"12345")
+        server = self.start(abstracted_fs=filesystem)
+        done = self.host("sync", server.url, "t", code=1)
+        self.assertIn(b"3 unusable names", done.stderr)
+
     def test_delete_spares_what_a_link_leads_to(self):
         server = self.start()
         self.write(self.remote, "precious/f")
@@ -683,7 +812,8 @@ class Sync(HostTest):
                 killed += 1
                 running.wait()
             running.stderr.close()
-            for path, entry in tree_of(target_folder).items():
+            # The server still carries out what the killed run has asked for: files may go meanwhile.
+            for path, entry in tree_of(target_folder, changing=True).items():
                 if entry and not os.path.basename(path).startswith("ftp-host-"):
                     self.assertIn(len(entry[0]), (0, 1, 1000, 65535, 65536, 65537, 300000), "a cut file: " + path)
             self.host("--quiet", "sync", "--delete", source, target)
