@@ -169,6 +169,8 @@ class Planner {
     for (const auto& [name, entry] : there) {
       const std::string below = path_below(path, name);
       if (!options_.filter.takes(below, entry.directory)) continue;
+      // A listing holds one name a line: a source that has this one could not tell.
+      if (name.find_first_of("\r\n") != std::string::npos) continue;
       const bool hidden = name.starts_with('.');
       const bool doubtful = hidden || (empty && proofs++ < kProofs);
       if (doubtful && source_.find_hidden(from, name, entry.directory)) {

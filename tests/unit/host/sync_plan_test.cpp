@@ -299,6 +299,12 @@ TEST(Plan, RemovesNoNameThatTheSourceOnlyHides) {
   EXPECT_EQ(paths_of(plan.extras), Paths{".gone"});
 }
 
+TEST(Plan, RemovesNoNameThatNoListingCanHold) {
+  MemoryTree source{{"a"}};
+  MemoryTree target{{"a", "b\nc", "d\r", "e"}};
+  EXPECT_EQ(paths_of(make_plan(source, target, true, download_options(true)).extras), Paths{"e"});
+}
+
 TEST(Plan, TakesAnEmptyListingForAFailureWhenANameIsThereAllTheSame) {
   MemoryTree source{{"d/", "d/x", "e/"}};
   source.hidden = {"d/x"};
