@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -21,6 +22,7 @@ namespace {
 
 constexpr char kNetwork[] = "[NETWORK";
 constexpr std::string_view kReply = "[NETWORK   ] [HEADER   >>] ";
+constexpr std::string_view kExecError = "exec error: [";
 constexpr std::string_view kInformation = "[NETWORK   ] [INFORMATION] ";
 
 std::string format_line(const char* format, va_list arguments) {
@@ -56,12 +58,29 @@ spdlog::level::level_enum spdlog_level(LOGLEVEL level) {
 
 /// The transport's talk about connections and steps explains no failure.
 bool explains(const std::string& text) {
-  constexpr const char* kTalk[] = {
-      "Closing connection", "Connection #", "Hostname",         "Found bundle",
-      "Remembering we",     "ftp_perform",  "Request has same", "Re-using existing",
-      "Entry path",         "Maxdownload",  "Getting file",     "Connect data stream",
-      "Connecting to",      "Connected to", "  Trying",         "We are completely",
-      "Uploaded",           "Using ",       "Shutting down",    "TLSv"};
+  constexpr const char* kTalk[] = {"Closing connection",
+                                   "Connection #",
+                                   "Hostname",
+                                   "Found bundle",
+                                   "Remembering we",
+                                   "ftp_perform",
+                                   "Request has same",
+                                   "Re-using existing",
+                                   "Entry path",
+                                   "Maxdownload",
+                                   "Getting file",
+                                   "Connect data stream",
+                                   "Connecting to",
+                                   "Connected to",
+                                   "  Trying",
+                                   "We are completely",
+                                   "Uploaded",
+                                   "Using ",
+                                   "Shutting down",
+                                   "TLSv",
+                                   "SSH ",
+                                   "Initialized ",
+                                   "Authentication c"};
   return !text.empty() && std::none_of(std::begin(kTalk), std::end(kTalk),
                                        [&](const char* talk) { return text.starts_with(talk); });
 }
@@ -70,7 +89,13 @@ bool explains(const std::string& text) {
 
 std::string OperationLog::explanation() const {
   // A refusal by the server says more than what the transport made of it.
-  return last_refusal.empty() ? last_information : last_refusal;
+  if (!last_refusal.empty()) return last_refusal;
+  if (!last_information.empty() || last_code == 0) return last_information;
+  // Nothing was sent: a line break in the name or, on SFTP, a double quote or a backslash.
+  if (last_code == 3 || last_code == 21) return "the name cannot be sent";
+  if (last_code == 9) return "access denied";
+  if (last_code == 78) return "no such file or directory";
+  return "the transport's code " + std::to_string(last_code);
 }
 
 void note_log_line(OperationLog& log, std::string_view line) {
@@ -87,6 +112,9 @@ void note_log_line(OperationLog& log, std::string_view line) {
     trim_end(text);
     if (text.starts_with("Connected to ")) log.server_spoke = true;
     if (explains(text)) log.last_information = std::move(text);
+  } else if (const std::size_t at = line.rfind(kExecError); at != std::string_view::npos) {
+    const std::string_view code = line.substr(at + kExecError.size());
+    (void)std::from_chars(code.data(), code.data() + code.size(), log.last_code);
   }
 }
 
@@ -121,9 +149,10 @@ void PluginLog::flush() {
 void PluginLog::Write(LOGLEVEL level, const char* format, va_list arguments) {
   try {
     const bool network = std::strncmp(format, kNetwork, sizeof kNetwork - 1) == 0;
-    if (!network && !logger_) return;  // a whole listing is in some lines: not worth formatting
+    const bool noted = network || level == LOGLEVEL_ERROR;
+    if (!noted && !logger_) return;  // a whole listing is in some lines: not worth formatting
     std::string line = format_line(format, arguments);
-    if (network) note_log_line(current_operation_log(), line);
+    if (noted) note_log_line(current_operation_log(), line);
     if (!logger_) return;
     trim_end(line);
     // One log line stays one line, whatever a server sends.

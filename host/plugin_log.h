@@ -16,6 +16,7 @@ namespace ftp_host {
 struct OperationLog {
   std::string last_refusal;      ///< the last reply of the server that refused something
   std::string last_information;  ///< the transport's last informational line
+  int last_code = 0;             ///< the transport's code in the plug-in's last error line
   bool listing_failed = false;   ///< a listing was answered with success, and yet could not be made
   bool server_spoke = false;     ///< a reply came, or at least a connection stood
 
@@ -23,7 +24,7 @@ struct OperationLog {
   [[nodiscard]] std::string explanation() const;
 };
 
-/// Takes "[NETWORK   ] ..." lines as they come.
+/// Takes "[NETWORK   ] ..." lines and error lines as they come.
 void note_log_line(OperationLog& log, std::string_view line);
 
 /// The log of the operation that runs on this thread.

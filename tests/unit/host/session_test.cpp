@@ -159,6 +159,24 @@ TEST(OperationLog, IsNotExplainedByTheEndOfTls) {
   EXPECT_EQ(log.explanation(), "path contains control characters");
 }
 
+TEST(OperationLog, ExplainsASilentServerWithThePluginsOwnLine) {
+  OperationLog log;
+  note_log_line(log, "[NETWORK   ] [INFORMATION] SSH authentication methods available: password\n");
+  note_log_line(log, "[NETWORK   ] [INFORMATION] Initialized password authentication\n");
+  note_log_line(log, "[NETWORK   ] [INFORMATION] Authentication complete\n");
+  EXPECT_EQ(log.explanation(), "");
+  note_log_line(log, "[PROTOCOL  ] read_dir id: [/exec error: [78]] , exec error: [9]\n");
+  EXPECT_EQ(log.explanation(), "access denied");
+  note_log_line(log, "[PROTOCOL  ] sftp_stat id: [/x] , exec error: [78]\n");
+  EXPECT_EQ(log.explanation(), "no such file or directory");
+  note_log_line(log, "[PROTOCOL  ] _Delete id: [/x] , exec error: [21]\n");
+  EXPECT_EQ(log.explanation(), "the name cannot be sent");
+  note_log_line(log, "[PROTOCOL  ] read_dir id: [/x] , exec error: [79]\n");
+  EXPECT_EQ(log.explanation(), "the transport's code 79");
+  note_log_line(log, "[NETWORK   ] [INFORMATION] Authentication failure\n");
+  EXPECT_EQ(log.explanation(), "Authentication failure");
+}
+
 TEST(OperationLog, ExplainsWithTheTransportWhenNobodyAnswered) {
   OperationLog log;
   note_log_line(log, "[NETWORK   ] [INFORMATION] Could not resolve host: nowhere\n");
