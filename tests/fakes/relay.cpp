@@ -30,6 +30,7 @@ struct Way {
   int to;
   bool reading = true;
   std::deque<Piece> on_the_road{};
+  std::size_t bytes = 0;  // of all pieces on the road
 
   [[nodiscard]] bool due(Clock::time_point now) const {
     return !on_the_road.empty() && on_the_road.front().due <= now;
@@ -62,6 +63,7 @@ bool take(Way& way, Clock::time_point due, std::size_t most, std::size_t& count)
   if (got < 0) return errno == EAGAIN || errno == EINTR;
   count = static_cast<std::size_t>(got);
   way.reading = got != 0;
+  way.bytes += count;
   way.on_the_road.push_back({due, std::string(buffer.data(), count)});
   return true;
 }
@@ -77,6 +79,7 @@ bool hand_over(Way& way, Clock::time_point now) {
                                  MSG_DONTWAIT | MSG_NOSIGNAL);
       if (put < 0) return errno == EAGAIN || errno == EINTR;
       piece.sent += static_cast<std::size_t>(put);
+      way.bytes -= static_cast<std::size_t>(put);
       if (piece.sent < piece.bytes.size()) return true;
     }
     way.on_the_road.pop_front();
@@ -142,6 +145,7 @@ void Relay::run() {
         good = take(each.down, now + options_.delay, most, count);
         each.from_server += count;
         from_server_ += count;
+        most_on_the_road_ = std::max(most_on_the_road_.load(), each.down.bytes);
       }
       good = good && hand_over(each.up, now) && hand_over(each.down, now);
       const bool cut = options_.cut_after != 0 && each.from_server >= options_.cut_after;

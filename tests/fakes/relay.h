@@ -32,6 +32,8 @@ class Relay {
   [[nodiscard]] std::size_t connections() const noexcept { return connections_; }
   /// Bytes that came from the server so far, over all connections.
   [[nodiscard]] std::size_t from_server() const noexcept { return from_server_; }
+  /// The most bytes from the server that one connection ever had on the road at a time.
+  [[nodiscard]] std::size_t most_on_the_road() const noexcept { return most_on_the_road_; }
 
  private:
   void run();
@@ -44,6 +46,7 @@ class Relay {
   Socket stop_;  // readable once the relay is to end
   std::atomic<std::size_t> connections_{0};
   std::atomic<std::size_t> from_server_{0};
+  std::atomic<std::size_t> most_on_the_road_{0};
   std::thread thread_;
 };
 
