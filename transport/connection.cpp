@@ -8,7 +8,6 @@
 
 #include "transport/command_list.h"
 #include "transport/curl_callbacks.h"
-#include "transport/curl_trace.h"
 #include "transport/login_options.h"
 #include "transport/retry.h"
 #include "transport/sigpipe_guard.h"
@@ -91,6 +90,7 @@ AERROR connection::connect() {
   } catch (const std::length_error&) {
     return FAILED;
   }
+  driver->count_replies(curl);
   const CURLcode code = log_in(*driver, curl, wants_tls(settings_));
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
   if (code == CURLE_OK) {
@@ -117,7 +117,7 @@ CURLcode connection::exec(long connect_timeout, bool) {
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, 20L);
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
-  curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &CURLDebug);
+  curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
   const CURLcode code = driver_->perform(curl);
   if (!is_sftp() && has_lost_login_directory(curl, setting(settings_, key::url))) forget_control();
   return code;

@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "transport/curl_trace.h"
 #include "transport/sigpipe_guard.h"
 
 namespace ftp_plugin {
@@ -42,6 +43,20 @@ void request_driver::prepare(CURL* curl) {
   curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, &request_driver::set_up_socket);
 }
 
+void request_driver::count_replies(CURL* curl) noexcept {
+  curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
+  curl_easy_setopt(curl, CURLOPT_DEBUGDATA, this);
+}
+
+int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept {
+  if (type == CURLINFO_HEADER_IN) {
+    long header_size = 0;
+    curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
+    static_cast<request_driver*>(self)->replies_.take_line({data, size}, header_size);
+  }
+  return CURLDebug(curl, type, data, size, nullptr);
+}
+
 curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
   auto& driver = *static_cast<request_driver*>(self);
   if (driver.refuse_) return CURL_SOCKET_BAD;
@@ -73,6 +88,7 @@ CURLcode request_driver::perform(CURL* curl) {
   const sigpipe_guard guard;
   curl_multi_remove_handle(multi_, curl);  // still there from the last request
   if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
+  replies_.begin();
   int wait_ms = 0;
   for (;;) {
     int running = 0;
@@ -89,6 +105,8 @@ CURLcode request_driver::perform(CURL* curl) {
   while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
     if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
   }
+  // Pinned by Delete.ASecondReplyIsNotKeptForTheNextRequest.
+  if (replies_.keeps_bytes()) close_connections(curl);
   return result;
 }
 

@@ -6,9 +6,11 @@
 
 #include <curl/curl.h>
 
+#include <cstddef>
 #include <vector>
 
 #include "common/pinned.h"
+#include "transport/reply_account.h"
 
 namespace ftp_plugin {
 
@@ -23,8 +25,16 @@ class request_driver : pinned {
   /// Makes the sockets of `curl` known here. Once per handle, before its first request.
   void prepare(CURL* curl);
 
+  /// Lets the replies that `curl` reads be counted: trace() becomes its debug function. Once per handle,
+  /// behind the login's options.
+  void count_replies(CURL* curl) noexcept;
+
+  /// CURLDebug that counts replies as well.
+  static int trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
+
   /// Runs the request configured on `curl`. Returns what curl_easy_perform would. The handle stays with the
-  /// multi handle afterwards, so that libcurl can still tell its open connection.
+  /// multi handle afterwards, so that libcurl can still tell its open connection; which is closed when the
+  /// server has sent more than libcurl looked at.
   CURLcode perform(CURL* curl);
 
   /// Whether libcurl still holds the control connection of the last request, and the server has neither
@@ -55,6 +65,7 @@ class request_driver : pinned {
   CURLM* multi_;
   std::vector<curl_socket_t> sockets_;  // open ones, oldest first: the first is the control connection
   bool refuse_ = false;
+  reply_account replies_;  // of the request that runs
 };
 
 }  // namespace ftp_plugin

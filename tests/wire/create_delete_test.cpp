@@ -69,6 +69,19 @@ TEST_F(Delete, TakesTheRightFileWhereTheServerDoesNotTellTheLoginDirectory) {
   EXPECT_EQ(server.count("DELE"), 1u);
 }
 
+TEST_F(Delete, ASecondReplyIsNotKeptForTheNextRequest) {
+  // In one piece, so that libcurl reads both replies at once.
+  server.on("DELE /").reply("250 Gone.\r\n250 Gone again.").on_connection(1).times(1);
+  connected();
+  EXPECT_EQ(protocol->Delete("/", nullptr), SUCCESS);
+  EXPECT_EQ(protocol->Delete("/docs/a.txt", nullptr), SUCCESS);
+  EXPECT_EQ(protocol->Delete("/docs/my file.txt", nullptr), SUCCESS);
+  EXPECT_EQ(server.connections_seen(), 2u);
+  EXPECT_THAT(log.lines(), Each(Not(HasSubstr("Gone again"))));
+  EXPECT_THAT(server.dialogue(2), ElementsAre("USER anonymous", "PASS ftp@example.com", "PWD",
+                                              "DELE docs/a.txt", "DELE docs/my file.txt"));
+}
+
 TEST_F(Delete, WithoutAPathNamesTheRoot) {
   connected();
   EXPECT_EQ(protocol->Delete(nullptr, nullptr), FAILED);
