@@ -139,14 +139,20 @@ void Sshd::prepare(const SshdOptions& options) {
   }
   write(folder_ / "authorized_keys", public_keys);
 
+  std::string sftp = "internal-sftp";
+  if (!options.sftp_program.empty()) {
+    fs::copy_file(options.sftp_program, folder_ / "sftp.py");
+    sftp = "/usr/bin/python3 " + (folder_ / "sftp.py").string();
+  }
   const auto yes_no = [](bool yes) { return yes ? " yes\n" : " no\n"; };
   std::ostringstream config;
   config << "ListenAddress " << host_ << "\nHostKey " << (folder_ / "host_key").string()
          << "\nAuthorizedKeysFile " << (folder_ / "authorized_keys").string()
          << "\nPidFile none\nStrictModes no\nUseDNS no\nMaxStartups 1000\nLogLevel VERBOSE\nUsePAM yes\n"
          << "PasswordAuthentication" << yes_no(options.password)  //
-         << "KbdInteractiveAuthentication" << yes_no(options.keyboard_interactive)
-         << "Subsystem sftp internal-sftp\n";
+         << "KbdInteractiveAuthentication" << yes_no(options.keyboard_interactive) << "Subsystem sftp "
+         << sftp << "\n"
+         << options.more_settings;
   write(folder_ / "sshd_config", config.str());
   fs::create_directory(home_);
   write(folder_ / "log", "");

@@ -23,6 +23,9 @@ struct SshdOptions {
   bool keyboard_interactive = false;  ///< offers prompts instead, or besides
   bool ipv6 = false;                  ///< listens on ::1 instead of 127.0.0.1
   std::string time_zone = {};         ///< TZ of the server; empty: UTC
+  std::string more_settings = {};     ///< further lines of its configuration
+  /// Python program that speaks SFTP on its standard streams in the place of the server's own; empty: none.
+  std::string sftp_program = {};
 };
 
 class Sshd {
