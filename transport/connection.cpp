@@ -110,7 +110,10 @@ CURLcode connection::exec(long connect_timeout, bool) {
   // libcurl notices an idle control connection that has ended, but takes a reply that waits on one for the
   // answer to its next command: a refused delete would be a success. Pinned by
   // Connection.TakesAReplyThatNobodyAskedForAsTheAnswerToNoCommand.
-  if (!is_sftp() && driver_->control_has_input()) forget_control();
+  // An SSH server may well ask whether anybody is there; when it has hung up behind that, libcurl does not
+  // notice either, and the request would fail. Pinned by
+  // SftpAfterAPause.FindsTheServerAgainThatGaveUpWaiting.
+  if (is_sftp() ? driver_->control_has_ended() : driver_->control_has_input()) forget_control();
   if (setting_is(settings_, key::active, "true")) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
   curl_easy_setopt(curl, CURLOPT_TIMEOUT, is_sftp() ? kLongestTimeoutSeconds : kNoTimeout);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connect_timeout);

@@ -133,6 +133,12 @@ bool request_driver::control_has_input() const noexcept {
   return !sockets_.empty() && is_readable(sockets_.front());
 }
 
+bool request_driver::control_has_ended() const noexcept {
+  if (sockets_.empty()) return false;
+  pollfd watched{sockets_.front(), POLLRDHUP, 0};
+  return poll(&watched, 1, 0) != 0;
+}
+
 bool request_driver::control_is_open(CURL* curl) const {
   curl_socket_t control = CURL_SOCKET_BAD;
   if (curl_easy_getinfo(curl, CURLINFO_ACTIVESOCKET, &control) != CURLE_OK) return false;

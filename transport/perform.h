@@ -45,6 +45,9 @@ class request_driver : pinned {
   /// connection, where nothing is due.
   [[nodiscard]] bool control_has_input() const noexcept;
 
+  /// Whether the server has ended that connection, whatever it said before.
+  [[nodiscard]] bool control_has_ended() const noexcept;
+
   /// While set, no socket is opened: a request that needs a new login fails instead.
   void refuse_new_sockets(bool refuse) noexcept { refuse_ = refuse; }
 

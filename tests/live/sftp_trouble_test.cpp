@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <latch>
+#include <ostream>
 #include <set>
 #include <string>
 #include <thread>
@@ -78,6 +79,8 @@ struct Request {
   AERROR (*run)(const Client& client);
 };
 
+void PrintTo(const Request& request, std::ostream* out) { *out << request.label; }
+
 constexpr Request kRequests[] = {
     {"Listing",
      [](const Client& client) {
@@ -106,6 +109,28 @@ constexpr Request kRequests[] = {
        return client.protocol->Rename("/f", "", &file, nullptr);
      }},
 };
+
+class SftpAfterAPause : public testing::TestWithParam<Request> {};
+
+// The server asks whether anybody is there, gets no answer, since nobody reads, and hangs up: what it asked
+// is still unread then.
+TEST_P(SftpAfterAPause, FindsTheServerAgainThatGaveUpWaiting) {
+  const Sshd server{{.more_settings = "ClientAliveInterval 1\nClientAliveCountMax 1\n"}};
+  add_file(server, "f", "hello");
+  const Client client{server};
+  ASSERT_EQ(client.result, SUCCESS);
+  ASSERT_EQ(client.look_up("/f"), SUCCESS);  // its session idles out as well
+  const auto deadline = std::chrono::steady_clock::now() + 30s;
+  while (server.signal_sessions(0) > 0 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(20ms);
+  }
+  ASSERT_EQ(server.signal_sessions(0), 0U);
+  EXPECT_EQ(GetParam().run(client), SUCCESS);
+  EXPECT_THAT(client.log.lines_with("exec error"), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(, SftpAfterAPause, testing::ValuesIn(kRequests),
+                         [](const auto& row) { return std::string{row.param.label}; });
 
 // A question that the server asks meanwhile is no reason to log in again.
 TEST(SftpKeepAlive, KeepsTheLogin) {
