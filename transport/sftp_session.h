@@ -3,6 +3,7 @@
 
 #include <libssh2.h>
 #include <libssh2_sftp.h>
+#include <sys/types.h>
 
 #include <chrono>
 #include <string>
@@ -54,6 +55,13 @@ class sftp_session : pinned {
   CURLcode append_entry(const std::string& path, const struct sftp_entry& entry, byte_vector& body);
   CURLcode close_directory();
 
+  // libssh2's way back to its session is a pointer to the pointer that it was given at the start.
+  static sftp_session& of(void** abstract) noexcept { return *static_cast<sftp_session*>(*abstract); }
+  static ssize_t receive(libssh2_socket_t socket, void* buffer, size_t length, int flags, void** abstract);
+  static void answer_prompts(const char*, int, const char*, int, int count,
+                             const LIBSSH2_USERAUTH_KBDINT_PROMPT*,
+                             LIBSSH2_USERAUTH_KBDINT_RESPONSE* responses, void** abstract);
+
   /// Repeats `call`, which gives LIBSSH2_ERROR_EAGAIN while it would have to wait, until it gives another
   /// result or time is up.
   template <class Call>
@@ -73,6 +81,7 @@ class sftp_session : pinned {
   bool logged_in_ = false;
   bool usable_ = false;
   clock::time_point login_deadline_{};
+  int fruitless_looks_ = 0;    // of the running call of libssh2 at the socket
   std::string prompt_answer_;  // what keyboard-interactive prompts are answered with
 };
 
