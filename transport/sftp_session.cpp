@@ -231,10 +231,12 @@ CURLcode sftp_session::append_entry(const std::string& path, const sftp_entry& e
 
 CURLcode sftp_session::close_directory() {
   if (directory_ == nullptr) return CURLE_OK;
-  const int error = finish([this] { return libssh2_sftp_close_handle(directory_); });
-  if (error == LIBSSH2_ERROR_TIMEOUT) return failed(error);  // still open; the destructor closes it
-  directory_ = nullptr;
-  return error == 0 ? CURLE_OK : failed(error);
+  const int error = finish([this] {
+    const int result = libssh2_sftp_close_handle(directory_);
+    if (result != LIBSSH2_ERROR_EAGAIN) directory_ = nullptr;  // freed, whatever the server said
+    return result;
+  });
+  return error == 0 ? CURLE_OK : failed(error);  // where it is still open, the destructor closes it
 }
 
 // libssh2 1.10 reads the rest of an SFTP message in a loop that it leaves for "nothing there yet", but not
