@@ -43,9 +43,10 @@ class parsed_url : pinned {
   bool good_ = false;
 };
 
+/// As libcurl reads it: up to the first NUL byte.
 std::string text_of(const settings_map& settings, const char* name) {
   const std::string* found = find_setting(settings, name);
-  return found == nullptr ? std::string{} : *found;
+  return found == nullptr ? std::string{} : found->c_str();
 }
 
 }  // namespace

@@ -31,6 +31,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using fakes::Relay;
 using fakes::Sshd;
 using testing::AnyOf;
@@ -452,6 +453,8 @@ TEST(SftpChannelLogin, AnswersPromptsWithThePassword) {
   sftp_attributes got{};
   EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_OK);
   EXPECT_THAT(server.log(), HasSubstr("Accepted keyboard-interactive"));
+  settings[key::pwd] += "\0what libcurl does not read"s;
+  EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_OK);
   settings[key::pwd] = "wrong";
   EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_LOGIN_DENIED);
 }

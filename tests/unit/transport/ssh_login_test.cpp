@@ -7,6 +7,8 @@
 namespace ftp_plugin {
 namespace {
 
+using namespace std::string_literals;
+
 struct LoginCase {
   const char* label;
   settings_map settings;
@@ -32,6 +34,7 @@ const LoginCase kLoginCases[] = {
      {{"user", "u"}, {"key_file", "k"}, {"pwd", "p"}, {"proxy_pwd", "x"}},
      {"u", "", "k", "p"}},
     {"TheProxyPasswordLogsNobodyIn", {{"user", "u"}, {"proxy_pwd", "x"}}, {"u", "", "", ""}},
+    {"ANulByteEndsAText", {{"user", "u\0v"s}, {"pwd", "p\0q"s}}, {"u", "p", "", ""}},
     {"AnUnreadableUrl", {{"user", "u"}, {"pwd", "p"}, {"url", "sftp://[/"}}, {"u", "p", "", ""}},
 };
 
