@@ -25,7 +25,8 @@ CURLcode sftp_channel::list(const std::string& path, byte_vector& body) {
 
 template <class Request>
 CURLcode sftp_channel::run(Request&& request) {
-  const bool was_idle = session_ != nullptr;
+  // A session that is not usable was left by an exception.
+  const bool was_idle = session_ != nullptr && session_->usable();
   CURLcode code = was_idle ? CURLE_OK : open();
   if (code == CURLE_OK) code = request();
   if (was_idle && is_lost_connection(code)) {
