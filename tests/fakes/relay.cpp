@@ -49,6 +49,11 @@ struct Connection {
   Way down;
   std::size_t from_server = 0;
   bool over = false;
+
+  /// Stops listening to the server once `limit` of its bytes were taken.
+  void stall_behind(std::size_t limit) {
+    if (limit != 0 && from_server >= limit) down.reading = false;
+  }
 };
 
 void prepare(const Socket& socket) {
@@ -141,11 +146,13 @@ void Relay::run() {
       if (client_ready && each.up.reading) good = take(each.up, now + options_.delay, kPiece, count);
       count = 0;
       if (good && server_ready && each.down.reading) {
-        const std::size_t most = options_.cut_after == 0 ? kPiece : options_.cut_after - each.from_server;
+        const std::size_t limit = options_.cut_after != 0 ? options_.cut_after : options_.stall_after;
+        const std::size_t most = limit == 0 ? kPiece : limit - each.from_server;
         good = take(each.down, now + options_.delay, most, count);
         each.from_server += count;
         from_server_ += count;
         most_on_the_road_ = std::max(most_on_the_road_.load(), each.down.bytes);
+        each.stall_behind(options_.stall_after);
       }
       good = good && hand_over(each.up, now) && hand_over(each.down, now);
       const bool cut = options_.cut_after != 0 && each.from_server >= options_.cut_after;

@@ -17,6 +17,9 @@ struct RelayOptions {
   std::chrono::microseconds delay{0};  ///< each way
   /// Bytes from the server after which a connection is ended; 0: never.
   std::size_t cut_after = 0;
+  /// Bytes from the server behind which nothing of it arrives any more, though the connection stays; 0:
+  /// never.
+  std::size_t stall_after = 0;
 };
 
 /// Listens on 127.0.0.1 from construction to destruction, which ends every connection.

@@ -620,6 +620,65 @@ TEST(SftpChannelFailure, IsAnInitialisationThatFailedWhenTheServerSpeaksNoSsh) {
   }
 }
 
+// Wherever the server falls silent (greeting, key exchange, login, start of SFTP, any part of a listing), the
+// request ends in time, and on the CPU's account it does nothing meanwhile.
+TEST(SftpChannelFailure, ComesInTimeWhereverTheServerFallsSilent) {
+  const Sshd server;
+  for (int n = 0; n < 300; ++n) std::ofstream{server.home() / ("file number " + std::to_string(n))};
+  std::size_t whole = 0;
+  std::size_t logged_in = 0;
+  byte_vector want;
+  {
+    const Relay relay{server.host(), server.port()};
+    const settings_map settings = through(login_settings(server), relay);
+    sftp_channel channel{settings};
+    sftp_attributes got{};
+    ASSERT_EQ(channel.stat("", got), CURLE_OK);
+    logged_in = relay.from_server();
+    ASSERT_EQ(channel.list("", want), CURLE_OK);
+    whole = relay.from_server();
+  }
+  struct Silence {
+    std::size_t after;
+    CURLcode code = CURLE_OK;
+    std::chrono::steady_clock::duration taken{};
+    std::size_t listed = 0;
+  };
+  std::vector<Silence> silences;
+  for (std::size_t n = 1; n <= 24; ++n) silences.push_back({logged_in * n / 25});
+  for (std::size_t n = 0; n <= 7; ++n) silences.push_back({logged_in + (whole - logged_in) * n / 8});
+  const auto run = [&](Silence& each, const sftp_limits& limits) {
+    const Relay relay{server.host(), server.port(), {.stall_after = each.after}};
+    const settings_map settings = through(login_settings(server), relay);
+    sftp_channel channel{settings, limits};
+    sftp_attributes got{};
+    byte_vector body;
+    const auto begin = std::chrono::steady_clock::now();
+    each.code = channel.stat("", got);
+    if (each.code == CURLE_OK) each.code = channel.list("", body);
+    each.taken = std::chrono::steady_clock::now() - begin;
+    each.listed = body.size();
+  };
+  const std::clock_t cpu = std::clock();
+  Silence in_closing{whole - 1};
+  run(in_closing, {.login = 10s, .silence = 500ms});
+  EXPECT_EQ(in_closing.code, CURLE_OK) << "the entries had all come";
+  EXPECT_EQ(in_closing.listed, want.size());
+  EXPECT_GE(in_closing.taken, 500ms);
+  std::vector<std::thread> threads;
+  for (Silence& each : silences) {
+    threads.emplace_back([&] { run(each, {.login = 3s, .silence = 3s}); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_LT(std::clock() - cpu, 10 * CLOCKS_PER_SEC) << "thirty logins, and no spinning";
+  for (const Silence& each : silences) {
+    SCOPED_TRACE(std::to_string(each.after) + " of " + std::to_string(whole));
+    EXPECT_EQ(each.code, CURLE_OPERATION_TIMEDOUT);
+    EXPECT_GE(each.taken, 3s);
+    EXPECT_LT(each.taken, 15s);
+  }
+}
+
 // Wherever the line breaks, the request ends with a failure; half a listing never passes for a whole one.
 TEST(SftpChannelFailure, ComesWhereverTheLineBreaks) {
   const Sshd server;
