@@ -236,7 +236,7 @@ CURLcode sftp_session::close_directory() {
     if (result != LIBSSH2_ERROR_EAGAIN) directory_ = nullptr;  // freed, whatever the server said
     return result;
   });
-  return error == 0 ? CURLE_OK : failed(error);  // where it is still open, the destructor closes it
+  return error == 0 ? CURLE_OK : failed(error);
 }
 
 // libssh2 1.10 reads the rest of an SFTP message in a loop that it leaves for "nothing there yet", but not
@@ -267,8 +267,12 @@ int sftp_session::finish(Call&& call) {
     fruitless_looks_ = 0;
     const int result = call();
     if (result != LIBSSH2_ERROR_EAGAIN) return result;
-    if (server_ended_sftp()) return LIBSSH2_ERROR_CHANNEL_CLOSED;
-    if (const int error = wait(); error != 0) return error;
+    const int error = server_ended_sftp() ? LIBSSH2_ERROR_CHANNEL_CLOSED : wait();
+    if (error == 0) continue;
+    // What an unfinished call holds, libssh2 frees only when that call ends. Without a line it does.
+    socket_.shut_down();
+    close_now(call);
+    return error;
   }
 }
 
