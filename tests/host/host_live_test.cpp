@@ -86,7 +86,7 @@ class HostOnServers : public testing::TestWithParam<Server> {
     folder_ = mkdtemp(path.data());
     setenv("FTP_PASSWORD", server_.password().c_str(), 1);
     // For the leak checker, if there is one, as in tests/leak_checker.cpp.
-    setenv("LSAN_OPTIONS", "use_tls=0", 1);
+    setenv("LSAN_OPTIONS", "use_tls=0:print_suppressions=0", 1);
     const bool bracketed = server_.host().find(':') != std::string::npos;
     const std::string host = bracketed ? "[" + server_.host() + "]" : server_.host();
     const std::string scheme = GetParam().scheme;

@@ -4,4 +4,4 @@
 
 extern "C" const char* __asan_default_options();
 
-extern "C" const char* __asan_default_options() { return "fast_unwind_on_malloc=0:malloc_context_size=10"; }
+extern "C" const char* __asan_default_options() { return "fast_unwind_on_malloc=0:malloc_context_size=16"; }
