@@ -106,7 +106,9 @@ CURLcode request_driver::perform(CURL* curl) {
     if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
   }
   // Pinned by Delete.ASecondReplyIsNotKeptForTheNextRequest.
-  if (replies_.keeps_bytes()) close_connections(curl);
+  if (replies_.keeps_bytes() || replies_.is_out_of_step()) close_connections(curl);
+  // Pinned by Move.ASecondReplyToTheSourceIsNoAnswerToTheTarget.
+  if (replies_.is_out_of_step() && result == CURLE_OK) return CURLE_WEIRD_SERVER_REPLY;
   return result;
 }
 

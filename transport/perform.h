@@ -32,9 +32,10 @@ class request_driver : pinned {
   /// CURLDebug that counts replies as well.
   static int trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
 
-  /// Runs the request configured on `curl`. Returns what curl_easy_perform would. The handle stays with the
-  /// multi handle afterwards, so that libcurl can still tell its open connection; which is closed when the
-  /// server has sent more than libcurl looked at.
+  /// Runs the request configured on `curl`. Returns what curl_easy_perform would, but
+  /// CURLE_WEIRD_SERVER_REPLY for a success that rests on replies to other commands. The handle stays with
+  /// the multi handle afterwards, so that libcurl can still tell its open connection; which is closed when
+  /// the server has sent more than libcurl looked at.
   CURLcode perform(CURL* curl);
 
   /// Whether libcurl still holds the control connection of the last request, and the server has neither

@@ -157,6 +157,17 @@ TEST_F(Move, AServerThatHangsUpBetweenTheCommandsFails) {
   EXPECT_NE(server.file("/docs/a.txt"), std::nullopt);
 }
 
+TEST_F(Move, ASecondReplyToTheSourceIsNoAnswerToTheTarget) {
+  connected();
+  server.on("RNFR").reply("350 To what?\r\n250 Renamed.").times(1);
+  server.on("RNTO").reply("553 Not you.").times(1);
+  _FS_FILE_V2 file = named("b.txt");
+  EXPECT_EQ(protocol->Move("/docs/a.txt", "/docs", &file, nullptr), FILE_WRITE_FAILED);
+  EXPECT_THAT(log.lines_with("8 [PROTOCOL"),
+              ElementsAre("8 [PROTOCOL  ] Move src: [/docs/a.txt] , target: [b.txt] exec error: [8]"));
+  expect_dropped();
+}
+
 TEST_F(Move, AFailedReReadIsTheResultAndTheConnectionIsKept) {
   connected();
   server.on("SIZE").reply("550 Where is it?");

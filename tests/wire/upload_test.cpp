@@ -377,6 +377,15 @@ TEST_F(Upload, ALostFileFailsAlthoughTheServerSaidItWasStored) {
   EXPECT_EQ(server.connections_seen(), 1u) << "the re-read found the connection given back";
 }
 
+TEST_F(Upload, ASecondReplyIsNotTakenForTheSizeThatTheServerHas) {
+  connected();
+  server.on("STOR").closing("226 Stored.\r\n226 Quota: 1%.").times(1);
+  EXPECT_EQ(upload("hello"), SUCCESS);
+  EXPECT_EQ(file.size, 5);
+  EXPECT_EQ(file.modify_time, "2024-01-02T03:04:05.000Z");
+  EXPECT_EQ(server.connections_seen(), 2u) << "the re-read begins anew";
+}
+
 TEST_F(Upload, TheRecordTellsTheSizeThatTheServerHas) {
   connected();
   server.on("SIZE").reply("213 3");

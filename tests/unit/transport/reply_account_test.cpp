@@ -45,5 +45,25 @@ const AccountCase kAccountCases[] = {
 INSTANTIATE_TEST_SUITE_P(, ReplyAccount, testing::ValuesIn(kAccountCases),
                          [](const auto& row) { return row.param.label; });
 
+bool is_out_of_step(const std::vector<std::pair<std::string, std::int64_t>>& lines) {
+  reply_account account;
+  for (const auto& [line, read] : lines) account.take_line(line, read);
+  return account.is_out_of_step();
+}
+
+TEST(ReplyAccountSteps, ASecondReplyToOneCommandIsNoAnswerToTheNext) {
+  EXPECT_TRUE(is_out_of_step({{"350 a\r\n", 14}, {"250 b\r\n", 21}}));
+  EXPECT_TRUE(is_out_of_step({{"350 a\r\n", 9}, {"250 b\r\n", 16}}))
+      << "nor one of which half a line was there";
+  EXPECT_FALSE(is_out_of_step({{"350 a\r\n", 7}, {"250 b\r\n", 14}}));
+  EXPECT_FALSE(is_out_of_step({{"350 a\r\n", 14}})) << "as long as nothing else is asked";
+}
+
+TEST(ReplyAccountSteps, TheEndOfATransferMayComeWithItsBeginning) {
+  EXPECT_FALSE(is_out_of_step({{"150 a\r\n", 14}, {"226 b\r\n", 21}}));
+  EXPECT_FALSE(is_out_of_step({{"150 a\r\n", 7}, {"226 b\r\n", 21}, {"226 c\r\n", 28}}))
+      << "nor does the answer to ABOR, which libcurl's own QUIT meets, decide anything";
+}
+
 }  // namespace
 }  // namespace ftp_plugin
