@@ -545,6 +545,24 @@ TEST(SftpChannelFailure, ComesInTimeWhenTheServerNeverSpeaks) {
   EXPECT_LT(taken, 5s);
 }
 
+TEST(SftpChannelFailure, ComesInTimeWhenAProxyNeverSpeaks) {
+  const fakes::Socket listener = fakes::listen_on_loopback(AF_INET);
+  for (const char* type : {"SOCKS4", "SOCKS5", "HTTP with TUNNEL", "HTTP without TUNNEL"}) {
+    const settings_map settings = {{key::url, "sftp://127.0.0.1"},
+                                   {key::proxy_type, type},
+                                   {key::proxy_host, "127.0.0.1"},
+                                   {key::proxy_port, std::to_string(fakes::local_port(listener))}};
+    sftp_attributes got{};
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ((sftp_channel{settings, {.login = 300ms, .silence = 20s}}.stat("/", got)),
+              CURLE_OPERATION_TIMEDOUT)
+        << type;
+    const auto taken = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(taken, 290ms) << type;  // libcurl counts in whole milliseconds
+    EXPECT_LT(taken, 5s) << type;
+  }
+}
+
 TEST(SftpChannelFailure, LimitsTheLoginTo10SecondsAndEverySilenceTo20) {
   EXPECT_EQ(sftp_limits{}.login, 10s);
   EXPECT_EQ(sftp_limits{}.silence, 20s);
