@@ -36,6 +36,7 @@ int Protocol::SetFileTimeSupportMode() {
                             .set(CURLOPT_HEADERFUNCTION, &write_vector_char, nullptr)
                             .set(CURLOPT_HEADERDATA, &reply, nullptr)
                             .run();
+  con.watch_replies();
   if (code != CURLE_OK) {
     __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s SetFileTimeSupportMode exec error: [%d]",
              "SetFileTimeSupportMode", code);

@@ -90,7 +90,7 @@ AERROR connection::connect() {
   } catch (const std::length_error&) {
     return FAILED;
   }
-  driver->count_replies(curl);
+  driver->watch_replies(curl);
   const CURLcode code = log_in(*driver, curl, wants_tls(settings_));
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
   if (code == CURLE_OK) {
@@ -170,6 +170,10 @@ void connection::leave_moved_folder(std::uint64_t moves) {
   curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
   exec(kConnectTimeoutSeconds, true);  // a failure closes the control connection, which is as good
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
+}
+
+void connection::watch_replies() noexcept {
+  if (driver_ != nullptr) driver_->watch_replies(GETCURL());
 }
 
 void connection::forget_control() noexcept {

@@ -54,6 +54,9 @@ class connection : pinned {
   /// request. Its results are libcurl codes; it neither needs nor changes the handle.
   [[nodiscard]] sftp_channel& sftp() noexcept { return sftp_; }
 
+  /// After a request that had a header function of its own, see request_driver.
+  void watch_replies() noexcept;
+
   /// Makes the next request begin on a fresh control connection.
   void forget_control() noexcept;
 

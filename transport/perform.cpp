@@ -43,18 +43,33 @@ void request_driver::prepare(CURL* curl) {
   curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, &request_driver::set_up_socket);
 }
 
-void request_driver::count_replies(CURL* curl) noexcept {
+void request_driver::watch_replies(CURL* curl) noexcept {
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
   curl_easy_setopt(curl, CURLOPT_DEBUGDATA, this);
+  curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &request_driver::take_header);
+  curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
 }
 
 int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept {
+  auto& driver = *static_cast<request_driver*>(self);
+  if (type == CURLINFO_HEADER_OUT) driver.reply_is_due_ = true;
   if (type == CURLINFO_HEADER_IN) {
+    // Until a command is sent, libcurl's place in its buffer is one in the freed buffer of the request
+    // before: `data` must not be looked at. Pinned by
+    // Connection.BeginsAfreshAtAReplyThatComesBeforeTheFirstCommand.
+    if (!driver.reply_is_due_) {
+      driver.reply_came_first_ = true;
+      return 0;
+    }
     long header_size = 0;
     curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
-    static_cast<request_driver*>(self)->replies_.take_line({data, size}, header_size);
+    driver.replies_.take_line({data, size}, header_size);
   }
   return CURLDebug(curl, type, data, size, nullptr);
+}
+
+std::size_t request_driver::take_header(char*, std::size_t size, std::size_t count, void* self) noexcept {
+  return static_cast<request_driver*>(self)->reply_came_first_ ? 0 : size * count;
 }
 
 curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
@@ -68,6 +83,7 @@ curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_
   const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
   if (opened < 0) return CURL_SOCKET_BAD;
   driver.sockets_.push_back(opened);
+  driver.reply_is_due_ = true;  // the greeting, or a proxy's answer
   return opened;
 }
 
@@ -84,11 +100,12 @@ int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {
   return close(socket);
 }
 
-CURLcode request_driver::perform(CURL* curl) {
-  const sigpipe_guard guard;
+CURLcode request_driver::run(CURL* curl) {
   curl_multi_remove_handle(multi_, curl);  // still there from the last request
   if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
   replies_.begin();
+  reply_is_due_ = false;
+  reply_came_first_ = false;
   int wait_ms = 0;
   for (;;) {
     int running = 0;
@@ -104,6 +121,16 @@ CURLcode request_driver::perform(CURL* curl) {
   int left = 0;
   while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
     if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
+  }
+  return result;
+}
+
+CURLcode request_driver::perform(CURL* curl) {
+  const sigpipe_guard guard;
+  CURLcode result = run(curl);
+  if (reply_came_first_) {  // nothing was sent yet
+    close_connections(curl);
+    result = run(curl);
   }
   // Pinned by Delete.ASecondReplyIsNotKeptForTheNextRequest.
   if (replies_.keeps_bytes() || replies_.is_out_of_step()) close_connections(curl);

@@ -25,11 +25,11 @@ class request_driver : pinned {
   /// Makes the sockets of `curl` known here. Once per handle, before its first request.
   void prepare(CURL* curl);
 
-  /// Lets the replies that `curl` reads be counted: trace() becomes its debug function. Once per handle,
-  /// behind the login's options.
-  void count_replies(CURL* curl) noexcept;
+  /// Lets the replies that `curl` reads be watched: sets its debug and header functions. Behind the login's
+  /// options, and after a request that had a header function of its own.
+  void watch_replies(CURL* curl) noexcept;
 
-  /// CURLDebug that counts replies as well.
+  /// CURLDebug that watches replies as well.
   static int trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
 
   /// Runs the request configured on `curl`. Returns what curl_easy_perform would, but
@@ -62,6 +62,9 @@ class request_driver : pinned {
   static curl_socket_t open_socket(void* self, curlsocktype purpose, struct curl_sockaddr* address) noexcept;
   static int close_socket(void* self, curl_socket_t socket) noexcept;
   static int set_up_socket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept;
+  /// Header function: ends a request at a reply before its first command.
+  static std::size_t take_header(char* line, std::size_t size, std::size_t count, void* self) noexcept;
+  CURLcode run(CURL* curl);
   /// Waits until libcurl has something to do, or the control socket has something to say, at most `wait_ms`;
   /// which becomes how long the next wait may take.
   void wait(int& wait_ms);
@@ -69,7 +72,10 @@ class request_driver : pinned {
   CURLM* multi_;
   std::vector<curl_socket_t> sockets_;  // open ones, oldest first: the first is the control connection
   bool refuse_ = false;
-  reply_account replies_;  // of the request that runs
+  // Of the request that runs:
+  reply_account replies_;
+  bool reply_is_due_ = false;  // a command was sent, or a socket opened
+  bool reply_came_first_ = false;
 };
 
 }  // namespace ftp_plugin

@@ -7,11 +7,15 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <array>
+#include <cstdarg>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <new>
 #include <set>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -260,6 +264,53 @@ TEST_F(Connection, TakesAReplyThatNobodyAskedForAsTheAnswerToNoCommand) {
   pollfd waiting{control, POLLIN, 0};
   ASSERT_EQ(poll(&waiting, 1, 10'000), 1);
   EXPECT_EQ(send(con, "DELE a"), CURLE_QUOTE_ERROR);
+  EXPECT_THAT(server.dialogue(2), Contains("DELE a")) << "on a control connection of its own";
+}
+
+/// Opens a gate when libcurl has chosen the open connection for its next request, and waits for what comes.
+class LateReply final : public ILog {
+ public:
+  LateReply(fakes::Gate& gate, curl_socket_t control) : gate_{gate}, control_{control} { bind_logger(this); }
+  LateReply(const LateReply&) = delete;
+  LateReply& operator=(const LateReply&) = delete;
+  ~LateReply() { unbind_logger(); }
+  void Reserved() override {}
+  int IsTracing() override { return 0; }
+  void Write(LOGLEVEL, const char* format, va_list arguments) override {
+    std::array<char, 256> line{};
+    std::vsnprintf(line.data(), line.size(), format, arguments);
+    if (std::string_view{line.data()}.find("Re-using existing connection") == std::string_view::npos) return;
+    gate_.open();
+    pollfd waiting{control_, POLLIN, 0};
+    came_ = came_ || poll(&waiting, 1, 10'000) == 1;
+  }
+  [[nodiscard]] bool came() const { return came_; }
+
+ private:
+  fakes::Gate& gate_;
+  curl_socket_t control_;
+  bool came_ = false;
+};
+
+// A request that has nothing to send before its post-quote list looks at the control connection all the same,
+// and reads with a pointer into the freed buffer of the request before.
+TEST_F(Connection, BeginsAfreshAtAReplyThatComesBeforeTheFirstCommand) {
+  server.add_file("/a", "x");
+  fakes::Gate gate;
+  server.on("NOOP").extra("250 Deleted.\r\n", gate).times(1);
+  connection con{settings()};
+  ASSERT_EQ(con.connect(), SUCCESS);
+  ASSERT_EQ(send(con, "NOOP"), CURLE_OK);
+  curl_socket_t control = CURL_SOCKET_BAD;
+  ASSERT_EQ(curl_easy_getinfo(con.GETCURL(), CURLINFO_ACTIVESOCKET, &control), CURLE_OK);
+  command_list commands;
+  add(commands, "DELE a");
+  const LateReply late{gate, control};
+  EXPECT_EQ(
+      transfer{con}.set(CURLOPT_POSTQUOTE, commands.get(), nullptr).set(CURLOPT_NOBODY, 1L, 0L).run_once(),
+      CURLE_OK);
+  EXPECT_TRUE(late.came());
+  EXPECT_EQ(server.file("/a"), std::nullopt);
   EXPECT_THAT(server.dialogue(2), Contains("DELE a")) << "on a control connection of its own";
 }
 
