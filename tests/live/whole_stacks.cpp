@@ -1,6 +1,6 @@
-// Where a leak that is known passes through a library without frame pointers: the address sanitizer's quick way
-// through the stack would end there, and never see who called. The whole way is slow; what is known stands at
-// its beginning. Without that sanitizer nobody calls this.
+// Where a leak that is known passes through a library without frame pointers: the address sanitizer's quick
+// way through the stack would end there, and never see who called. The whole way is slow; what is known
+// stands at its beginning. Without that sanitizer nobody calls this.
 
 extern "C" const char* __asan_default_options();
 
