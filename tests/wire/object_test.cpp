@@ -13,8 +13,15 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-TEST(Library, TellsItsConstants) {
+TEST(Library, SupportsTheSameWhateverWasBoundOrCreated) {
   EXPECT_EQ(plugin().GetSupports(), 3);
+  fakes::Logger log;
+  const fakes::ScopedLogger bound{log};
+  const ScopedProtocol protocol{"sftp"};
+  EXPECT_EQ(plugin().GetSupports(), 3);
+}
+
+TEST(Library, TellsItsConstants) {
   EXPECT_STREQ(plugin().GetProtocolVersion(), "1.0.0");
   EXPECT_EQ(plugin().GetProtocolVersion(), plugin().GetProtocolVersion());
   EXPECT_EQ(plugin().GetAuthType(), 4);
