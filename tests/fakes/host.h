@@ -2,6 +2,7 @@
 // The logger may be called from several threads; the others belong to one operation each.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -73,6 +74,25 @@ class FetchSink final : public IFetchCallback {
  private:
   std::function<void(const Chunk&)> on_chunk_;
   std::vector<Chunk> chunks_;
+};
+
+/// Stops the transfer behind the first `count` bytes of the file, and tells how long they took.
+class FirstBytes final : public IFetchCallback {
+ public:
+  FirstBytes(std::shared_ptr<_FS_HANDLE> handle, long long count)
+      : handle_{std::move(handle)}, count_{count} {}
+  int Deliver(long long offset, const char*, long long length, long long) override {
+    if (offset + length >= count_) handle_->state = FS_HANDLE_STOP;
+    took = std::chrono::steady_clock::now() - begin_;
+    return 0;
+  }
+  /// Since this was made: a speed limit counts from the beginning of the request, not from its first byte.
+  std::chrono::steady_clock::duration took{};
+
+ private:
+  std::shared_ptr<_FS_HANDLE> handle_;
+  long long count_;
+  std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
 /// Feeds an upload, and misbehaves as told.

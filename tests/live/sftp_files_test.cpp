@@ -373,30 +373,13 @@ TEST_F(SftpFiles, AnUploadOfTheWholeFileIsReadAgain) {
   }
 }
 
-/// Stops the transfer behind 1,000,000 bytes and tells how long they took, from the first on.
-class FirstBytes final : public IFetchCallback {
- public:
-  explicit FirstBytes(std::shared_ptr<_FS_HANDLE> handle) : handle_{std::move(handle)} {}
-  int Deliver(long long offset, const char*, long long length, long long) override {
-    if (offset + length >= 1'000'000) handle_->state = FS_HANDLE_STOP;
-    took = std::chrono::steady_clock::now() - begin_;
-    return 0;
-  }
-  std::chrono::steady_clock::duration took{};
-
- private:
-  std::shared_ptr<_FS_HANDLE> handle_;
-  // Of the read, not of its first bytes: on a busy machine the limit may hold those back, too.
-  const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};
-
 TEST_F(SftpFiles, ALowSpeedLimitHoldsFromTheBeginningOfARead) {
   constexpr std::size_t kSize = 6'000'000;  // so long that it would be read in the largest buffers
   add("f", std::string(kSize, 'x'), 1);
   connect();
   ASSERT_EQ(protocol->SetOpt("speedlimit", "200000"), SUCCESS);
   const auto handle = std::make_shared<_FS_HANDLE>();
-  FirstBytes sink{handle};
+  fakes::FirstBytes sink{handle, 1'000'000};
   EXPECT_EQ(protocol->Read("/f", 0, kSize, handle, &sink, nullptr), READ_CANCELED);
   // At most four seconds' worth comes at once, however far ahead of this process the server is.
   EXPECT_GT(sink.took, 900ms);

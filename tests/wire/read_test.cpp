@@ -272,29 +272,12 @@ TEST_F(Read, KeepsTheSpeedLimit) {
   EXPECT_EQ(sink.bytes(), wire::pattern(8000000));
 }
 
-/// Stops the transfer behind 1,200,000 bytes and tells how long they took, from the first on.
-class FirstBytes final : public IFetchCallback {
- public:
-  explicit FirstBytes(std::shared_ptr<_FS_HANDLE> handle) : handle_{std::move(handle)} {}
-  int Deliver(long long offset, const char*, long long length, long long) override {
-    if (offset + length >= 1'200'000) handle_->state = FS_HANDLE_STOP;
-    took = std::chrono::steady_clock::now() - begin_;
-    return 0;
-  }
-  /// Since this was made: libcurl reckons from the beginning of the request, not from its first byte.
-  std::chrono::steady_clock::duration took{};
-
- private:
-  std::shared_ptr<_FS_HANDLE> handle_;
-  std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};
-
 TEST_F(Read, ALowSpeedLimitHoldsFromTheBeginning) {
   server.add_file("/long.bin", wire::pattern(2000000));
   connected();
   EXPECT_EQ(protocol->SetOpt("speedlimit", "400000"), SUCCESS);
   const auto stop = std::make_shared<_FS_HANDLE>();
-  FirstBytes first{stop};
+  fakes::FirstBytes first{stop, 1'200'000};
   EXPECT_EQ(protocol->Read("/long.bin", 0, 2000000, stop, &first, nullptr), READ_CANCELED);
   EXPECT_THAT(first.took, Ge(std::chrono::milliseconds{1500}));
 }
