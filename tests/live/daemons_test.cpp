@@ -16,6 +16,7 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 
@@ -63,6 +64,7 @@ struct Row {
   Daemon (*start)(const DaemonOptions&);
   DaemonOptions options;
 };
+void PrintTo(const Row& row, std::ostream* out) { *out << row.label; }
 
 class EveryServer : public testing::TestWithParam<Row> {};
 
@@ -125,6 +127,7 @@ struct ProxyRow {
   const char* kind;  // as curl calls it
   bool credentials;
 };
+void PrintTo(const ProxyRow& row, std::ostream* out) { *out << row.label; }
 
 Daemon dante(bool) { return fakes::start_dante(); }
 

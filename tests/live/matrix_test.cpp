@@ -11,6 +11,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -169,6 +170,7 @@ struct Case {
   /// data connections with TLS in active mode, on which libcurl 7.88.1 begins no handshake.
   [[nodiscard]] bool hangs() const { return server.hangs || (server.tls && !road.login.empty()); }
 };
+void PrintTo(const Case& which, std::ostream* out) { *out << which.road.name << ", " << which.server.name; }
 
 std::vector<Case> cases() {
   std::vector<Case> all;

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+#include <ostream>
 #include <string>
 #include <tuple>
 
@@ -25,6 +26,7 @@ struct Zone {
   const char* label;
   const char* name;
 };
+void PrintTo(const Zone& zone, std::ostream* out) { *out << zone.label; }
 
 /// The time zone of this process for the length of a scope.
 class ScopedZone {

@@ -17,6 +17,7 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <ostream>
 #include <set>
 #include <string>
 #include <thread>
@@ -488,6 +489,7 @@ struct KeyCase {
   const char* proxy_pwd;
   CURLcode want;
 };
+void PrintTo(const KeyCase& row, std::ostream* out) { *out << row.label; }
 
 constexpr KeyCase kKeyCases[] = {
     {"Ed25519", "ed25519", "", "", CURLE_OK},
@@ -732,6 +734,7 @@ struct OddCase {
   CURLcode listing;
   CURLcode stat;
 };
+void PrintTo(const OddCase& row, std::ostream* out) { *out << row.manner; }
 
 constexpr OddCase kOddCases[] = {
     {"more names than there are", CURLE_SSH, CURLE_OK},
