@@ -108,6 +108,8 @@ class Planner {
                                            (target->directory ? "a directory" : "a file") +
                                            " of this name (--delete replaces it)"};
       }
+      if (!options_.filter.takes(path, target->directory))
+        throw Failure{ExitCode::other, path + ": what the target has of this name is excluded"};
       plan_.conflicts.push_back({path, target->id, target->directory});
       target.reset();
     }

@@ -207,6 +207,17 @@ TEST(Plan, ReplacesAnotherKindOnlyWithDelete) {
   EXPECT_EQ(copied(bold), (Paths{"a/x", "b"}));
 }
 
+TEST(Plan, KeepsWhatIsExcludedEvenInTheWay) {
+  MemoryTree source{{"cache", "docs/", "docs/a.txt"}};
+  MemoryTree target{{"cache/", "cache/precious", "docs"}};
+  SyncOptions options = upload_options(true);
+  options.filter = Filter{{"*.txt", "cache"}, {"cache/"}};
+  const Plan plan = make_plan(source, target, true, options);
+  EXPECT_EQ(plan.problems.size(), 2u);
+  EXPECT_TRUE(plan.conflicts.empty());
+  EXPECT_TRUE(plan.files.empty());
+}
+
 TEST(Plan, AsksForNamesThatTheServerHides) {
   MemoryTree source{{".dot", ".dir/", ".dir/x"}};
   MemoryTree target{{".dot", ".dir/", ".dir/x"}};
