@@ -85,7 +85,8 @@ ExitCode run_rm(Context& context) {
   const Entry entry = must_look_up(*session, url.path);
   RemoteTree tree{*session, entry.id};
   if (entry.directory) {
-    remove_tree(tree, entry.id, "", Filter{});
+    Removals removed;
+    remove_tree(tree, entry.id, "", Filter{}, removed);
   } else {
     tree.remove_file(entry.id);
   }

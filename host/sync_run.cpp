@@ -164,16 +164,17 @@ void SyncRun::remove_temporaries(const Plan& plan) {
 
 void SyncRun::remove(const std::vector<PlannedRemoval>& removals) {
   for (const PlannedRemoval& removal : removals) {
-    const bool done = guarded([&] {
+    Removals gone;
+    (void)guarded([&] {
       if (removal.directory) {
-        remove_tree(target_, removal.place, removal.path, options_.filter);
+        remove_tree(target_, removal.place, removal.path, options_.filter, gone);
       } else {
         target_.remove_file(removal.place);
+        gone.push_back({removal.path, false});
       }
     });
-    if (!done) continue;
-    note("remove", removal.path, removal.directory);
-    ++report_.removed;
+    for (const Removal& one : gone) note("remove", one.path, one.directory);
+    report_.removed += gone.size();
   }
 }
 

@@ -122,27 +122,36 @@ bool RemoteTree::remove_link(const std::string& place) {
 namespace {
 
 /// False when something in it stays.
-bool remove_below(Tree& tree, const std::string& place, const std::string& path, const Filter& filter) {
-  if (tree.remove_link(place)) return true;
+bool remove_below(Tree& tree, const std::string& place, const std::string& path, const Filter& filter,
+                  Removals& removed) {
+  const std::size_t before = removed.size();
   bool all = true;
-  for (const Entry& entry : tree.list(place).entries) {
-    const std::string below = path_below(path, entry.name);
-    if (!filter.takes(below, entry.directory)) {
-      all = false;
-    } else if (entry.directory) {
-      all = remove_below(tree, entry.id, below, filter) && all;
-    } else {
-      tree.remove_file(entry.id);
+  if (!tree.remove_link(place)) {
+    for (const Entry& entry : tree.list(place).entries) {
+      const std::string below = path_below(path, entry.name);
+      if (!filter.takes(below, entry.directory)) {
+        all = false;
+      } else if (entry.directory) {
+        all = remove_below(tree, entry.id, below, filter, removed) && all;
+      } else {
+        tree.remove_file(entry.id);
+        removed.push_back({below, false});
+      }
     }
+    if (all) tree.remove_directory(place);
   }
-  if (all) tree.remove_directory(place);
+  if (all) {
+    removed.resize(before);
+    removed.push_back({path, true});
+  }
   return all;
 }
 
 }  // namespace
 
-void remove_tree(Tree& tree, const std::string& place, const std::string& path, const Filter& filter) {
-  (void)remove_below(tree, place, path, filter);
+void remove_tree(Tree& tree, const std::string& place, const std::string& path, const Filter& filter,
+                 Removals& removed) {
+  (void)remove_below(tree, place, path, filter, removed);
 }
 
 }  // namespace ftp_host

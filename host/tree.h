@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/filter.h"
 #include "host/local_files.h"
@@ -77,10 +78,20 @@ class RemoteTree final : public Tree {
   std::string top_;
 };
 
+/// Something that is gone: its path below the top, and whether it was a directory.
+struct Removal {
+  std::string path;
+  bool directory = false;
+  bool operator==(const Removal&) const = default;
+};
+using Removals = std::vector<Removal>;
+
 /// Removes the directory at `place`, which lies at `path` below the top, with everything in it that `filter`
 /// takes. A directory in which something stays, stays. On a server a link to a directory looks like one: it
 /// is removed itself, and what it leads to is left alone.
-void remove_tree(Tree& tree, const std::string& place, const std::string& path, const Filter& filter);
+/// `removed` gets what is gone, also in front of a failure: a whole directory once, without what was in it.
+void remove_tree(Tree& tree, const std::string& place, const std::string& path, const Filter& filter,
+                 Removals& removed);
 
 /// "a/b" of "a" and "b"; "b" at the top.
 [[nodiscard]] std::string path_below(const std::string& path, const std::string& name);

@@ -689,6 +689,18 @@ class Sync(HostTest):
                   "--exclude", "build/", "--delete")
         self.assertEqual(sorted(tree_of(os.path.join(self.remote, "t"))), ["a.txt", "d", "d/c.txt", "old.tmp"])
 
+    def test_tells_what_it_removed_of_a_directory_that_keeps_something(self):
+        server = self.start()
+        os.mkdir(os.path.join(self.local, "s"))
+        for name in ("extra/a.tmp", "extra/deep/x", "extra/y", "gone/z"):
+            self.write(self.remote, name)
+        told = self.sync("s", server.url, "--delete", "--exclude", "*.tmp")
+        self.assertEqual(told["removed"], 3)
+        self.assertEqual([(action["path"], action["type"]) for action in told["actions"]],
+                         [("extra/deep", "directory"), ("extra/y", "file"), ("gone", "directory")])
+        self.assertEqual(sorted(tree_of(self.remote)), ["extra", "extra/a.tmp"])
+        self.assertEqual(self.sync("s", server.url, "--delete", "--exclude", "*.tmp")["actions"], [])
+
     def test_removes_nothing_after_a_failure(self):
         def refuse(handler, path, mode="w"):
             handler.respond("552 Quota exceeded.")

@@ -345,14 +345,26 @@ TEST(Plan, ComparesWithTheFileBehindALinkOfTheTarget) {
 TEST(RemoveTree, RemovesALinkAndNotWhatItLeadsTo) {
   MemoryTree tree{{"d/", "d/link/", "d/link/precious", "d/f"}};
   tree.links.insert("d/link");
-  remove_tree(tree, "d", "d", Filter{});
+  Removals told;
+  remove_tree(tree, "d", "d", Filter{}, told);
   EXPECT_EQ(tree.removed, (Paths{"d/f", "d/"}));
+  EXPECT_EQ(told, (Removals{{"d", true}}));
 }
 
 TEST(RemoveTree, KeepsADirectoryInWhichSomethingStays) {
   MemoryTree tree{{"d/", "d/keep.tmp", "d/sub/", "d/sub/x"}};
-  remove_tree(tree, "d", "d", Filter{{}, {"*.tmp"}});
+  Removals told;
+  remove_tree(tree, "d", "d", Filter{{}, {"*.tmp"}}, told);
   EXPECT_EQ(tree.removed, (Paths{"d/sub/x", "d/sub/"}));
+  EXPECT_EQ(told, (Removals{{"d/sub", true}}));
+}
+
+TEST(RemoveTree, TellsWhatIsGoneBeforeAFailure) {
+  MemoryTree tree{{"d/", "d/a", "d/closed/", "d/z"}};
+  tree.unreadable.insert("d/closed");
+  Removals told;
+  EXPECT_THROW(remove_tree(tree, "d", "d", Filter{}, told), Failure);
+  EXPECT_EQ(told, (Removals{{"d/a", false}}));
 }
 
 TEST(RunParallel, RunsEveryStepOnce) {
