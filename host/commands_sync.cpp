@@ -101,6 +101,8 @@ ExitCode put_file(Context& context, Session& session, const RemoteUrl& url, cons
     directory = url.path;
     name = split_local_path(local).name;
     if (!there) throw Failure{ExitCode::not_found, url.text() + ": no such directory"};
+  } else if (there && url.directory) {
+    throw Failure{ExitCode::usage, url.text() + " is a file"};
   }
   Listing listing;
   if (const Outcome outcome = session.list(directory, listing); outcome.code != SUCCESS) {

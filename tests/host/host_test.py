@@ -542,6 +542,14 @@ class Changes(HostTest):
         self.host("put", "f", server.url + "/missing/", code=5)
         self.assertEqual(sorted(tree_of(self.remote)), ["d", "d/f", "g"])
 
+    def test_put_into_a_directory_that_is_a_file_leaves_the_file(self):
+        server = self.start()
+        self.write(self.remote, "g", b"precious")
+        self.write(self.local, "f")
+        done = self.host("put", "f", server.url + "/g/", code=2)
+        self.assertIn(b"/g is a file", done.stderr)
+        self.assertEqual({name: entry[0] for name, entry in tree_of(self.remote).items()}, {"g": b"precious"})
+
     def test_put_replaces_where_the_server_refuses_to_rename_over_a_file(self):
         def refuse(handler, path):
             if os.path.lexists(path):
