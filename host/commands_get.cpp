@@ -46,14 +46,17 @@ class TreeDownload {
   }
 
   void file(const Entry& entry, const LocalDirectory& local, const std::string& name) {
-    if (context_.arguments.resume) {
-      const auto there = local.find(name);
-      if (there && same_file(*there, entry)) {
-        ++skipped_;
-        return;
-      }
+    std::optional<LocalEntry> there;
+    if (context_.arguments.resume) there = local.find(name);
+    if (there && same_file(*there, entry)) {
+      ++skipped_;
+      return;
     }
     const Entry exact = exact_file(session_, entry);
+    if (there && same_file(*there, exact)) {  // a listing may round times
+      ++skipped_;
+      return;
+    }
     const DownloadResult result =
         download_file(session_, progress_, exact, local, name, context_.arguments.resume);
     bytes_ += result.bytes;

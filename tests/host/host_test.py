@@ -436,6 +436,13 @@ class Downloads(HostTest):
         told = json.loads(self.host("--json", "get", "-r", "--resume", server.url, "out").stdout)
         self.assertEqual((told["files"], told["skipped"]), (0, 30))
 
+    def test_resume_skips_what_is_complete_where_a_listing_rounds_times(self):
+        server = self.start(proto_cmds=without_machine_listing())
+        fill(self.remote, files=5)
+        self.host("get", "-r", server.url, "out")
+        told = json.loads(self.host("--json", "get", "-r", "--resume", server.url, "out").stdout)
+        self.assertEqual((told["files"], told["skipped"]), (0, 5))
+
     def test_get_r_does_not_follow_links_in_its_target(self):
         server = self.start()
         self.write(self.remote, "d/f")
