@@ -66,9 +66,9 @@ DownloadResult download_file(Session& session, Progress& progress, const Entry& 
   const std::string path = directory.path_of(name);
   if (const auto there = directory.find(name)) {
     if (there->kind == LocalEntry::Kind::directory) throw local_failure(path, EISDIR);
-    // Renaming over it would take a device or a pipe away from others.
-    if (there->kind == LocalEntry::Kind::other)
-      throw Failure{ExitCode::local_file, path + ": not a regular file"};
+    // Renaming over it would take a device or a pipe away from others; a link to one, such as /dev/stdout,
+    // too.
+    if (directory.is_special(name)) throw Failure{ExitCode::local_file, path + ": not a regular file"};
   }
   const std::string temporary = temporary_name(name, identity_of(session, entry));
   const FileHandle file = directory.open_for_writing(temporary);

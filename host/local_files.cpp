@@ -80,6 +80,12 @@ std::optional<LocalEntry> LocalDirectory::find(const std::string& name) const {
   return entry_of(name, status);
 }
 
+bool LocalDirectory::is_special(const std::string& name) const {
+  struct stat status {};
+  return fstatat(file(), name.c_str(), &status, 0) == 0 && !S_ISREG(status.st_mode) &&
+         !S_ISDIR(status.st_mode);
+}
+
 std::vector<LocalEntry> LocalDirectory::list() const {
   // A descriptor of its own: reading moves the position, and closedir() closes it.
   FileHandle again{openat(file(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};

@@ -47,6 +47,8 @@ class LocalDirectory {
   [[nodiscard]] LocalDirectory enter(const std::string& name, bool create) const;
   /// What `name` is; a link is not followed. None when there is nothing.
   [[nodiscard]] std::optional<LocalEntry> find(const std::string& name) const;
+  /// Whether `name`, or what it leads to as a link, is there and is neither a file nor a directory.
+  [[nodiscard]] bool is_special(const std::string& name) const;
   /// All entries but "." and "..", in byte order of their names.
   [[nodiscard]] std::vector<LocalEntry> list() const;
   [[nodiscard]] FileHandle open_for_reading(const std::string& name) const;

@@ -419,6 +419,17 @@ class Downloads(HostTest):
             self.assertTrue(stat.S_ISFIFO(os.lstat(pipe).st_mode))
         self.assertEqual(self.leftovers(self.local), [])
 
+    def test_get_never_replaces_a_link_to_a_special_file(self):
+        server = self.start()
+        self.write(self.remote, "f")
+        link = os.path.join(self.local, "f")  # as /dev/stdout is one
+        os.symlink("pipe", link)
+        os.mkfifo(os.path.join(self.local, "pipe"))
+        for arguments in (["get", server.url + "/f", link], ["get", "-r", server.url, "."], ["sync", server.url, "."]):
+            done = self.host(*arguments, code=6)
+            self.assertIn(b"not a regular file", done.stderr)
+            self.assertTrue(os.path.islink(link))
+
     def test_get_r_takes_directories_that_look_alike(self):
         server = self.start()
         self.write(self.remote, "a/a/a/f")
