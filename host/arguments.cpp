@@ -19,6 +19,9 @@ constexpr const char* kAbout =
     "variable FTP_PASSWORD, or from a prompt; that of a proxy from FTP_PROXY_PASSWORD.\n"
     "Neither certificates nor host keys are checked.";
 
+/// Thirty years: clocks count nanoseconds, and those of a much longer time do not fit their number.
+constexpr long kLongestSeconds = 1'000'000'000;
+
 std::optional<std::int64_t> parse_number(std::string_view text) {
   std::int64_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -66,7 +69,7 @@ void add_common(CLI::App& app, Arguments& arguments, Raw& raw) {
   app.add_option("--timeout", raw.timeout,
                  "Give up when an operation does nothing for so long; 0: never (default 300)")
       ->type_name("SECONDS")
-      ->check(CLI::NonNegativeNumber)
+      ->check(CLI::Range(0L, kLongestSeconds))
       ->group("Connection");
 }
 
@@ -142,7 +145,7 @@ void add_verbs(CLI::App& app, Arguments& arguments, Raw& raw) {
       ->allow_extra_args(false);
   sync->add_option("--modify-window", arguments.modify_window,
                    "Seconds that count as no difference (default 0)")
-      ->check(CLI::NonNegativeNumber)
+      ->check(CLI::Range(0L, kLongestSeconds))
       ->type_name("SECONDS");
   operand(sync, "SOURCE", "URL or local directory");
   operand(sync, "TARGET", "Local directory or URL");

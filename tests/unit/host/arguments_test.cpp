@@ -52,6 +52,8 @@ TEST(Arguments, MistakesAreUsage) {
                                              {"ls", "--nonsense", "ftp://h"},
                                              {"cat", "--range", "x", "ftp://h/f"},
                                              {"ls", "--timeout", "-1", "ftp://h"},
+                                             {"ls", "--timeout", "99999999999", "ftp://h"},
+                                             {"sync", "--modify-window", "99999999999", "a", "ftp://h"},
                                              {"ls", "--charset", "latin1", "ftp://h"},
                                              {"ls", "--proxy", "nonsense", "ftp://h"},
                                              {"ls", "ftp://h", "extra"},
