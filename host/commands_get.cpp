@@ -52,7 +52,7 @@ class TreeDownload {
       ++skipped_;
       return;
     }
-    const Entry exact = exact_file(session_, entry);
+    const Entry exact = settled_file(session_, entry);
     if (there && same_file(*there, exact)) {  // a listing may round times
       ++skipped_;
       return;

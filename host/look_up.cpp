@@ -66,6 +66,12 @@ Entry exact_file(Session& session, const Entry& entry) {
   return exact;
 }
 
+Entry settled_file(Session& session, const Entry& entry) {
+  Entry exact = exact_file(session, entry);
+  if (exact.time && session.operations().wait_beyond(*exact.time)) exact = exact_file(session, entry);
+  return exact;
+}
+
 bool list_directory(Session& session, Entry& entry, Listing& listing) {
   const Outcome outcome = session.list(entry.id, listing);
   if (outcome.code == SUCCESS) return true;

@@ -18,6 +18,10 @@ namespace ftp_host {
 /// tells a link's own size. Throws a Failure.
 [[nodiscard]] Entry exact_file(Session& session, const Entry& entry);
 
+/// As exact_file, to be read now: a file that changed in this very second is looked at in the next one, since
+/// its time would not tell another change. (As far as the clocks of both sides agree.)
+[[nodiscard]] Entry settled_file(Session& session, const Entry& entry);
+
 /// Lists `entry`, which a listing calls a directory. FTP servers list links among the directories: false when
 /// it turns out to be a file, whose size and time are then in `entry`. Throws a Failure.
 [[nodiscard]] bool list_directory(Session& session, Entry& entry, Listing& listing);

@@ -56,4 +56,13 @@ Outcome Operations::run(const std::string& what, LifeSign& life, const std::func
   return outcome;
 }
 
+bool Operations::wait_beyond(std::time_t second) const {
+  bool waited = false;
+  for (; second == std::time(nullptr); waited = true) {
+    cancellation_.check();
+    std::this_thread::sleep_for(std::chrono::milliseconds{20});
+  }
+  return waited;
+}
+
 }  // namespace ftp_host

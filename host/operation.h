@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <string>
 
@@ -40,6 +41,10 @@ class Operations {
   /// ends here, with the exit code for it, and `call` may rely on everything that it uses to stay. Throws a
   /// Failure (cancelled) when Ctrl-C came, whatever `call` answered.
   Outcome run(const std::string& what, LifeSign& life, const std::function<AERROR()>& call);
+
+  /// Waits while the clock shows `second`; whether it did. What is read from then on cannot change without a
+  /// later time, to the second. Throws a Failure (cancelled) after Ctrl-C.
+  bool wait_beyond(std::time_t second) const;
 
   [[nodiscard]] Cancellation& cancellation() const noexcept { return cancellation_; }
   [[nodiscard]] Console& console() const noexcept { return console_; }

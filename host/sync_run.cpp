@@ -198,7 +198,7 @@ void SyncRun::copy(const Plan& plan, const PlannedFile& file, Progress& progress
     const LocalDirectory from = local_.open(plan.directories[file.directory].path);
     bytes = upload_file(session_, progress, from, file.source.name, *place, file.source.name);
   } else {
-    const Entry exact = exact_file(session_, file.source);
+    const Entry exact = settled_file(session_, file.source);
     bytes = download_file(session_, progress, exact, local_.open(*place), exact.name, true).bytes;
   }
   note("copy", file.path, false);

@@ -6,10 +6,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <ctime>
 #include <random>
-#include <thread>
 
 #include "host/failure.h"
 #include "host/look_up.h"
@@ -140,23 +138,14 @@ void settle_name(Session& session, RemoteTemporary& temporary, const std::string
   if (second.code != SUCCESS) throw session.failure(session.url_of(join_path(directory, name)), second);
 }
 
-/// On a server that takes no times, a file counts as stored while the server's copy is newer. A file that was
-/// written this very second waits for the next one, so that its copy is.
-void let_it_age(Session& session, std::time_t modified) {
-  if (session.sets_times()) return;
-  while (modified == std::time(nullptr)) {
-    session.operations().cancellation().check();
-    std::this_thread::sleep_for(std::chrono::milliseconds{20});
-  }
-}
-
 }  // namespace
 
 std::int64_t upload_file(Session& session, Progress& progress, const LocalDirectory& from,
                          const std::string& name, const std::string& directory,
                          const std::string& remote_name) {
   Source source{from, name};
-  let_it_age(session, source.time());
+  // Times are compared to the second, and on a server that takes none its copy must be newer.
+  (void)session.operations().wait_beyond(source.time());
   const std::string temporary_leaf = fresh_temporary_name(remote_name);
   RemoteTemporary temporary{session, join_path(directory, temporary_leaf)};
   Progress::File shown{progress, remote_name, source.size()};

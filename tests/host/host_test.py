@@ -705,6 +705,17 @@ class Sync(HostTest):
         self.assertEqual(self.sync("s", server.url, "--delete")["removed"], 1)
         self.assertEqual(tree_of(self.remote), tree_of(os.path.join(self.local, "s")))
 
+    def test_an_edit_in_the_second_of_the_copy_is_seen(self):
+        server = self.start()
+        for folder, source, target in ((os.path.join(self.local, "s"), "s", server.url + "/up"),
+                                       (os.path.join(self.remote, "r"), server.url + "/r", "down")):
+            while time.time() % 1 > 0.1:
+                time.sleep(0.01)
+            self.write(folder, "f", b"one")
+            self.assertEqual(self.sync(source, target)["copied"], 1)
+            self.write(folder, "f", b"two")
+            self.assertEqual(self.sync(source, target)["copied"], 1, source)
+
     def test_patterns_choose_on_both_sides(self):
         server = self.start()
         for name in ("a.txt", "b.bin", "d/c.txt", "d/c.tmp", "build/x.txt"):
