@@ -8,6 +8,7 @@ import json
 import os
 import pty
 import random
+import resource
 import shutil
 import signal
 import socket
@@ -243,6 +244,30 @@ class ExitCodes(HostTest):
         self.assertLess(time.monotonic() - begin, 8)
         self.assertIn(b"listing of " + server.url.encode(), done.stderr)
 
+    def test_ctrl_c_ends_a_listing_that_never_comes(self):
+        asked = threading.Event()
+
+        def hang(handler, path):
+            asked.set()
+
+        server = self.start(ftp_MLSD=hang)
+        running = subprocess.Popen([PROGRAM, "ls", server.url], stderr=subprocess.PIPE)
+        self.addCleanup(running.kill)
+        self.assertTrue(asked.wait(20))
+        running.send_signal(signal.SIGINT)
+        self.assertIn(b"cancelled", running.communicate(timeout=20)[1])
+        self.assertEqual(running.returncode, 130)
+
+    def test_a_goodbye_that_nobody_answers_keeps_nobody_waiting(self):
+        def hang(handler, line):
+            return None
+
+        server = self.start(ftp_QUIT=hang)
+        self.write(self.remote, "f")
+        begin = time.monotonic()
+        self.assertEqual(self.host("ls", server.url).stdout, b"f\n")
+        self.assertLess(time.monotonic() - begin, 8)  # the plug-in itself waits 10 s
+
     def test_what_cannot_be_done_is_another_failure(self):
         server = self.start()
         os.mkdir(os.path.join(self.remote, "d"))
@@ -408,6 +433,29 @@ class Downloads(HostTest):
         self.host("get", server.url + "/f", "d")
         self.host("get", server.url + "/f", "g")
         self.assertEqual(sorted(tree_of(self.local)), ["d", "d/f", "g"])
+
+    def test_get_stores_nothing_when_the_disk_takes_no_more(self):
+        def small_disk():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, 100_000))
+
+        server = self.start()
+        self.write(self.remote, "f", bytes(300_000))
+        self.write(self.local, "f", b"old")
+        for arguments in (["get", server.url + "/f"], ["get", "-r", server.url, "."], ["sync", server.url, "."]):
+            done = self.host(*arguments, code=6, preexec_fn=small_disk)
+            self.assertIn(b"f: File too large", done.stderr)
+            self.assertEqual(tree_of(self.local)["f"][0], b"old")
+
+    def test_get_leaves_nothing_behind_when_the_server_sends_nothing(self):
+        def refuse(handler, path):
+            handler.respond("550 Not today.")
+
+        server = self.start(ftp_RETR=refuse)
+        self.write(self.remote, "f")
+        done = self.host("get", server.url + "/f", code=1)
+        self.assertIn(b"550 Not today.", done.stderr)
+        self.assertEqual(os.listdir(self.local), [])
 
     def test_get_replaces_a_link_and_spares_what_it_leads_to(self):
         server = self.start()

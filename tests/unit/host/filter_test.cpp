@@ -20,6 +20,7 @@ INSTANTIATE_TEST_SUITE_P(
                     MatchCase{"NameOnlyAsAWhole", "tmp", "a/tmpx", false, false},
                     MatchCase{"PathFromTheTop", "/a/b", "a/b", false, true},
                     MatchCase{"PathFromTheTopOnly", "/b", "a/b", false, false},
+                    MatchCase{"StarFromTheTopStaysInAComponent", "/*.o", "a/b.o", false, false},
                     MatchCase{"PathAnywhere", "a/b", "x/a/b", false, true},
                     MatchCase{"PathStartsAtAComponent", "a/b", "xa/b", false, false},
                     MatchCase{"StarStaysInAComponent", "a/*", "a/b/c", false, false},
