@@ -1,6 +1,7 @@
 // Keeps account of the replies of one FTP request, to tell whether libcurl has read more than it looked at.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 
@@ -14,23 +15,38 @@ class reply_account {
   /// A request begins.
   void begin() noexcept { *this = {}; }
 
-  /// libcurl looks at `line`; `header_size` is CURLINFO_HEADER_SIZE: bytes read so far, those that were kept
-  /// counted twice.
+  /// libcurl looks at `line`, where it stands in libcurl's buffer; `header_size` is CURLINFO_HEADER_SIZE:
+  /// bytes read so far, those that were kept counted twice.
   void take_line(std::string_view line, std::int64_t header_size) noexcept {
-    // Behind the end of a transfer nothing is decided any more: the answers to ABOR and to libcurl's own
+    // A kept line without a code (an empty one, a text behind the greeting) is no answer; libcurl passes over
+    // it. Behind the end of a transfer nothing is decided any more: the answers to ABOR and to libcurl's own
     // QUIT.
-    if (keeps_ && !transfer_began_) out_of_step_ = true;
-    if (line.starts_with('1'))
+    if (kept_ > 0 && kept_is_certain_ && has_code(line) && !transfer_began_) out_of_step_ = true;
+    if (has_code(line) && line[0] == '1')
       transfer_began_ = true;  // "150 ...": the end of the data is told by another reply
-    const std::int64_t read = header_size - header_size_;
+    // In the middle of a long reply libcurl begins its buffer anew and reads half a line twice. How much that
+    // was is not quite certain: it could have come piece by piece. (Below 0 are the lines of a proxy, which
+    // are counted behind them.)
+    if (next_line_ != nullptr && line.data() != next_line_ && unseen_ >= 0) {
+      unseen_ = 0;
+      buffer_began_anew_ = true;
+    }
+    const auto size = static_cast<std::int64_t>(line.size());
+    unseen_ += header_size - header_size_ - size;
     header_size_ = header_size;
-    unseen_ = keeps_ ? read : unseen_ + read;
-    unseen_ -= static_cast<std::int64_t>(line.size());
-    keeps_ = ends_reply(line) && unseen_ > 0;
+    kept_ = std::max<std::int64_t>(kept_ - size, 0);
+    next_line_ = line.data() + line.size();
+    if (ends_reply(line)) {
+      kept_ = std::max<std::int64_t>(unseen_, 0);
+      kept_is_certain_ = !buffer_began_anew_;
+      unseen_ = 0;
+      buffer_began_anew_ = false;
+      next_line_ = nullptr;
+    }
   }
 
   /// Whether libcurl has kept something that it has not looked at since.
-  [[nodiscard]] bool keeps_bytes() const noexcept { return keeps_; }
+  [[nodiscard]] bool keeps_bytes() const noexcept { return kept_ > 0; }
 
   /// Whether libcurl has taken something it had kept for the answer to a later command of this request: what
   /// the server says to the commands is then not what libcurl believes.
@@ -38,13 +54,18 @@ class reply_account {
 
  private:
   static bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
-  static bool ends_reply(std::string_view line) noexcept {
-    return line.size() > 3 && is_digit(line[0]) && is_digit(line[1]) && is_digit(line[2]) && line[3] == ' ';
+  static bool has_code(std::string_view line) noexcept {
+    return line.size() > 3 && is_digit(line[0]) && is_digit(line[1]) && is_digit(line[2]) &&
+           (line[3] == ' ' || line[3] == '-');
   }
+  static bool ends_reply(std::string_view line) noexcept { return has_code(line) && line[3] == ' '; }
 
   std::int64_t header_size_ = 0;
-  std::int64_t unseen_ = 0;  // bytes read in front of which libcurl has stopped looking
-  bool keeps_ = false;
+  std::int64_t unseen_ = 0;  // bytes of the reply at hand, and behind it, that were read and not looked at
+  const char* next_line_ = nullptr;  // where the reply at hand goes on; not to be read
+  bool buffer_began_anew_ = false;   // in the middle of the reply at hand
+  std::int64_t kept_ = 0;            // bytes kept behind the last reply and not looked at since
+  bool kept_is_certain_ = true;
   bool transfer_began_ = false;
   bool out_of_step_ = false;
 };

@@ -86,6 +86,22 @@ TEST_F(Login, NeverUsesTheHostsQueue) {
   EXPECT_EQ(connect(), SUCCESS);
 }
 
+// Not what the standard knows, but no answer to the next command either.
+TEST_F(Login, LinesWithoutACodeBehindAReplyAreNoReply) {
+  server.on("CONNECT").reply("220 Ready.\r\n\r\nWelcome.");
+  EXPECT_EQ(connect(), SUCCESS);
+  EXPECT_EQ(server.connections_seen(), 1u);
+}
+
+// libcurl begins its buffer anew in the middle of such a reply.
+TEST_F(Login, AVeryLongGreetingIsReadToItsEnd) {
+  std::string greeting = "220-Welcome\r\n";
+  while (greeting.size() < 40'000) greeting += "220-" + std::string(61, '*') + "\r\n";
+  server.on("CONNECT").reply(greeting + "220 Ready.");
+  EXPECT_EQ(connect(), SUCCESS);
+  EXPECT_EQ(server.connections_seen(), 1u);
+}
+
 TEST_F(Login, ARefusedPasswordIsAccessDeniedWithoutASecondAttempt) {
   server.accept_only("jane", "right");
   EXPECT_EQ(connect_with(fakes::login_document(server.url(), "jane", "wrong")), ACCESS_DENIED);
