@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "host/look_up.h"
 
@@ -15,6 +16,15 @@ constexpr std::int64_t kProbe = std::int64_t{8} << 20;
 /// The plug-in delivers whole blocks of this size; of a range that reaches beyond the end, the rest stays
 /// away.
 constexpr std::int64_t kBlock = 65536;
+/// A whole file that took so long is looked at once more: it may have been written to. The question costs
+/// too much for every small file.
+constexpr std::chrono::seconds kLongRead{1};
+
+Failure changed(const Session& session, const Entry& entry) {
+  return Failure{ExitCode::other,
+                 fmt::format("{}: changed on the server while it was read: {}", session.url_of(entry.id),
+                             code_text(session.module(), FILE_READ_FAILED))};
+}
 
 /// A file whose size nobody knows: long ranges until one comes short, then ever shorter ones for the rest,
 /// which is delivered only by a range that does not reach beyond the end.
@@ -41,6 +51,7 @@ std::int64_t fetch(Session& session, const Entry& entry, std::int64_t offset, st
                            : entry.size < 0 ? offset + length
                                             : std::min(entry.size, offset + length);
   const std::int64_t begin = offset;
+  const auto started = std::chrono::steady_clock::now();
   bool refused = false;
   const BlockWriter watched = [&](std::int64_t at, const char* data, std::size_t count) {
     refused = !writer(at, data, count);
@@ -61,12 +72,14 @@ std::int64_t fetch(Session& session, const Entry& entry, std::int64_t offset, st
                                 code_text(session.module(), FILE_READ_FAILED))};
     }
     if (entry.size < 0) continue;
-    Entry now = exact_file(session, entry);
-    if (now.size != entry.size || now.time != entry.time) {
-      throw Failure{ExitCode::other,
-                    fmt::format("{}: changed on the server while it was read: {}", session.url_of(entry.id),
-                                code_text(session.module(), FILE_READ_FAILED))};
-    }
+    const Entry now = exact_file(session, entry);
+    if (now.size != entry.size || now.time != entry.time) throw changed(session, entry);
+  }
+  if (length < 0 && std::chrono::steady_clock::now() - started >= kLongRead) {
+    // What a file had before it grew is in order.
+    const Entry now = exact_file(session, entry);
+    if (now.size < entry.size || (now.size == entry.size && now.time != entry.time))
+      throw changed(session, entry);
   }
   return offset - begin;
 }

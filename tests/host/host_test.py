@@ -581,6 +581,28 @@ class Downloads(HostTest):
         self.host("--limit-rate", "1M", "get", server.url + "/f")
         self.assertGreater(time.monotonic() - begin, 1)  # the transport lets the first 1.6 MB pass
 
+    def changed_meanwhile(self, mode):
+        """Downloads f while it is opened in `mode` and 100 bytes are written into it; how the run ended."""
+        path = self.write(self.remote, "f", bytes(2_500_000), 1_600_000_000)
+        server = self.start(dtp_handler=throttled(1_000_000))
+        running = subprocess.Popen([PROGRAM, "get", server.url + "/f"], cwd=self.local, stderr=subprocess.PIPE)
+        while not self.leftovers(self.local):
+            time.sleep(0.005)
+        with open(path, mode) as file:
+            file.write(b"x" * 100)
+        return running.communicate(timeout=30)[1], running.returncode
+
+    def test_a_file_that_is_overwritten_meanwhile_is_reported(self):
+        complaint, code = self.changed_meanwhile("r+b")
+        self.assertIn(b"changed on the server while it was read: FILE_READ_FAILED (8)", complaint)
+        self.assertEqual(code, 1)
+        self.assertFalse(os.path.exists(os.path.join(self.local, "f")))
+
+    def test_a_file_that_grows_meanwhile_is_stored_as_it_was(self):
+        complaint, code = self.changed_meanwhile("ab")
+        self.assertEqual((complaint, code), (b"", 0))
+        self.assertEqual(tree_of(self.local)["f"], (bytes(2_500_000), 1_600_000_000))
+
     def test_a_file_that_shrinks_meanwhile_is_reported(self):
         path = self.write(self.remote, "f", bytes(8_000_000))
         server = self.start(dtp_handler=throttled(1_000_000))
