@@ -48,7 +48,10 @@ MoveTarget move_target(Session& session, const RemoteUrl& from, const std::strin
   Listing listing;
   if (is_root(to.path) || session.list(to.path, listing).code == SUCCESS)
     return {to.path, leaf_name(from.path)};
-  if (to.directory) throw Failure{ExitCode::not_found, to.text() + ": no such directory"};
+  if (to.directory) {
+    (void)must_look_up(session, to.path);
+    throw Failure{ExitCode::usage, to.text() + " is a file"};
+  }
   return {parent_path(to.path), leaf_name(to.path)};
 }
 

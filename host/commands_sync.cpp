@@ -100,7 +100,7 @@ ExitCode put_file(Context& context, Session& session, const RemoteUrl& url, cons
   if (there ? there->directory : url.directory) {
     directory = url.path;
     name = split_local_path(local).name;
-    if (!there) throw Failure{ExitCode::not_found, url.text() + ": no such directory"};
+    if (!there) (void)must_look_up(session, url.path);
   } else if (there && url.directory) {
     throw Failure{ExitCode::usage, url.text() + " is a file"};
   }

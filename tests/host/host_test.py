@@ -648,16 +648,23 @@ class Changes(HostTest):
         self.write(self.local, "f")
         self.host("put", "f", server.url + "/d")
         self.host("put", "f", server.url + "/g")
-        self.host("put", "f", server.url + "/missing/", code=5)
+        done = self.host("put", "f", server.url + "/missing/", code=5)
+        self.assertIn(b"/missing: not found: FILE_NOT_FOUND (17)", done.stderr)
+        done = self.host("mv", server.url + "/g", server.url + "/missing/", code=5)
+        self.assertIn(b"/missing: not found: FILE_NOT_FOUND (17)", done.stderr)
         self.assertEqual(sorted(tree_of(self.remote)), ["d", "d/f", "g"])
 
-    def test_put_into_a_directory_that_is_a_file_leaves_the_file(self):
+    def test_a_file_that_is_named_as_a_directory_is_not_replaced(self):
         server = self.start()
         self.write(self.remote, "g", b"precious")
         self.write(self.local, "f")
         done = self.host("put", "f", server.url + "/g/", code=2)
         self.assertIn(b"/g is a file", done.stderr)
-        self.assertEqual({name: entry[0] for name, entry in tree_of(self.remote).items()}, {"g": b"precious"})
+        self.write(self.remote, "h", b"other")
+        done = self.host("mv", server.url + "/h", server.url + "/g/", code=2)
+        self.assertIn(b"/g is a file", done.stderr)
+        self.assertEqual({name: entry[0] for name, entry in tree_of(self.remote).items()},
+                         {"g": b"precious", "h": b"other"})
 
     def test_put_replaces_where_the_server_refuses_to_rename_over_a_file(self):
         def refuse(handler, path):
