@@ -63,7 +63,7 @@ void add_common(CLI::App& app, Arguments& arguments, Raw& raw) {
       ->check(CLI::IsMember({"auto", "utf8", "local"}))
       ->type_name("SET")
       ->group("Connection");
-  app.add_option("--limit-rate", raw.limit_rate, "Bytes per second, such as 500K or 2M")
+  app.add_option("--limit-rate", raw.limit_rate, "Bytes per second of each file, such as 500K or 2M")
       ->type_name("RATE")
       ->group("Connection");
   app.add_option("--timeout", raw.timeout,
@@ -204,6 +204,9 @@ Parsed parse_arguments(int count, const char* const* values) {
     std::ostringstream out, complaint;
     const int code = app.exit(error, out, complaint);
     if (code == 0) return Parsed{std::nullopt, out.str(), 0};
+    const std::vector<std::string> rest = app.remaining();
+    if (app.get_subcommands().empty() && !rest.empty() && !rest.front().starts_with('-'))
+      complaint.str(rest.front() + " is no verb\nRun with --help for more information.\n");
     return Parsed{std::nullopt, "ftp-host: " + complaint.str(), static_cast<int>(ExitCode::usage)};
   } catch (const Failure& failure) {
     return Parsed{std::nullopt, std::string{"ftp-host: "} + failure.what() + "\n",

@@ -44,6 +44,11 @@ TEST(Arguments, SyncTakesPatternsWithoutSwallowingItsOperands) {
   EXPECT_EQ(parsed.arguments->parallel, 4u);
 }
 
+TEST(Arguments, AnUnknownVerbIsNamed) {
+  EXPECT_NE(parse({"--json", "fly", "ftp://h/"}).text.find("fly is no verb"), std::string::npos);
+  EXPECT_EQ(parse({"--json"}).text.find("no verb"), std::string::npos);
+}
+
 TEST(Arguments, MistakesAreUsage) {
   for (const auto& words :
        std::vector<std::vector<const char*>>{{},
