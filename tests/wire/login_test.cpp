@@ -387,6 +387,19 @@ TEST_F(Login, TheTraceHidesTheProxyPassword) {
                                           HasSubstr("Proxy-Authorization: ***"), HasSubstr("User-Agent:"))));
 }
 
+TEST_F(Login, TheFormsProxyCountsButItsProxyPasswordDoesNot) {
+  RefusingProxy proxy;
+  set_options({{"proxy_type", "HTTP with TUNNEL"}});
+  EXPECT_EQ(
+      connect_with(
+          "[{\"data\":[{\"url\":{\"value\":\"" + server.url() +
+          "\"}},{\"proxy_host\":{\"value\":\"127.0.0.1\"}},{\"proxy_port\":{\"value\":\"" + proxy.port() +
+          "\"}},{\"proxy_user\":{\"value\":\"jane\"}},{\"proxy_password\":{\"value\":\"s3cret\"}}]}]"),
+      FAILED);
+  EXPECT_THAT(proxy.request(), HasSubstr("Proxy-Authorization: Basic amFuZTo=\r\n")) << "jane:";
+  EXPECT_EQ(server.connections_seen(), 0u);
+}
+
 /// Sets environment variables for one test.
 class Environment {
  public:

@@ -278,6 +278,19 @@ TEST_F(Upload, CancelledBehindTheLastBlockHasStoredTheFile) {
   EXPECT_EQ(server.file("/docs/new.bin"), wire::pattern(kBlock));
 }
 
+TEST_F(Upload, CancelledOnceAllBytesAreSentHasStoredTheFile) {
+  handle->progress_context = handle.get();
+  handle->progress = [](std::int64_t total, std::int64_t now, void* context, double) {
+    if (total > 0 && now == total) fakes::stop(*static_cast<_FS_HANDLE*>(context));
+    return 0;
+  };
+  connected();
+  EXPECT_EQ(upload(wire::pattern(kBlock)), SUCCESS);
+  EXPECT_EQ(handle->state, FS_HANDLE_STOP);
+  EXPECT_EQ(server.file("/docs/new.bin"), wire::pattern(kBlock));
+  expect_kept();
+}
+
 TEST_F(Upload, StatesBelowStopDoNotMatter) {
   handle->state = FS_HANDLE_STOP - 1;
   connected();

@@ -1,12 +1,27 @@
 #include "listing/ftpparse_time.h"
 
 #include <gtest/gtest.h>
+#include <time.h>
 
+#include <atomic>
 #include <limits>
 #include <thread>
 #include <vector>
 
 #include "tests/unit/listing/utc.h"
+
+namespace {
+std::atomic<std::int64_t> clock_moved_by{0};  // seconds
+}
+
+// This program's own, in front of the C library's, so that a test can let years pass.
+extern "C" time_t time(time_t* result) noexcept {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  now.tv_sec += clock_moved_by;
+  if (result != nullptr) *result = now.tv_sec;
+  return now.tv_sec;
+}
 
 namespace ftp_plugin {
 namespace {
@@ -109,6 +124,15 @@ TEST(Guesstai, WithoutAClockUsesTheMachines) {
     EXPECT_LT(clock.now - guessed, 350 * kDay);
     EXPECT_GT(clock.now - guessed, -366 * kDay);
   }
+}
+
+TEST(SystemListClock, KeepsTheYearOfTheFirstListing) {
+  const list_clock before = system_list_clock();
+  clock_moved_by = 3 * 366 * kDay;
+  const list_clock after = system_list_clock();
+  clock_moved_by = 0;
+  EXPECT_GE(after.now - before.now, 3 * 366 * kDay) << "the present moves on";
+  EXPECT_EQ(after.currentyear, before.currentyear);
 }
 
 TEST(SystemListClock, GivesEveryThreadTheSameYear) {
