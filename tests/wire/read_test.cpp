@@ -191,6 +191,20 @@ TEST_F(Read, AShortReadLeavesNoReplyForTheNextCommand) {
   EXPECT_EQ(protocol->Delete("/docs/none", nullptr), FAILED) << "a refusal must not look accepted";
 }
 
+TEST_F(Read, AShortReadLeavesNoLateReplyForTheNextCommandEither) {
+  connected();
+  fakes::Gate gate;
+  server.on("ABOR").hold(gate);
+  EXPECT_EQ(read("/docs/a.txt", 11, 10), SUCCESS);
+  std::thread late{[&] {
+    (void)server.wait_for([&] { return server.connections_seen() == 2; }, std::chrono::seconds{5});
+    gate.open();
+  }};
+  EXPECT_EQ(protocol->Delete("/docs/none", nullptr), FAILED);
+  late.join();
+  EXPECT_THAT(server.dialogue(2), Contains("DELE docs/none"));
+}
+
 TEST_F(Read, BeyondTheEndFails) {
   connected();
   EXPECT_EQ(read("/docs/a.txt", 12, 10), FILE_READ_FAILED);
@@ -290,6 +304,15 @@ TEST_F(Read, ASpeedLimitOfLettersIsNone) {
   EXPECT_EQ(protocol->SetOpt("unknown", "1000"), SUCCESS);
   // At 1,000 bytes per second this would take hours, longer than the test may.
   EXPECT_EQ(read("/long.bin", 0, 8000000), SUCCESS);
+}
+
+TEST_F(Read, ALiftedSpeedLimitHoldsNoConnectionBackThatHadIt) {
+  server.add_file("/long.bin", wire::pattern(8000000));
+  connected();
+  EXPECT_EQ(protocol->SetOpt("speedlimit", "1000"), SUCCESS);
+  EXPECT_EQ(read("/docs/a.txt", 0, 5), SUCCESS);
+  EXPECT_EQ(protocol->SetOpt("speedlimit", "0"), SUCCESS);
+  EXPECT_EQ(read("/long.bin", 0, 8000000), SUCCESS);  // see above: hours
 }
 
 TEST_F(Read, LeavesNothingBehindForTheNextRequest) {
