@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <new>
+#include <string_view>
 #include <utility>
 
+#include "plugin/log.h"
 #include "transport/curl_trace.h"
 #include "transport/sigpipe_guard.h"
 
@@ -41,6 +43,7 @@ void request_driver::prepare(CURL* curl) {
   curl_easy_setopt(curl, CURLOPT_CLOSESOCKETFUNCTION, &request_driver::close_socket);
   curl_easy_setopt(curl, CURLOPT_CLOSESOCKETDATA, this);
   curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, &request_driver::set_up_socket);
+  curl_easy_setopt(curl, CURLOPT_SOCKOPTDATA, this);
 }
 
 void request_driver::watch_replies(CURL* curl) noexcept {
@@ -52,7 +55,10 @@ void request_driver::watch_replies(CURL* curl) noexcept {
 
 int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept {
   auto& driver = *static_cast<request_driver*>(self);
-  if (type == CURLINFO_HEADER_OUT) driver.reply_is_due_ = true;
+  if (type == CURLINFO_HEADER_OUT) {
+    driver.reply_is_due_ = true;
+    driver.asked_for_private_data_ = std::string_view{data, size}.starts_with("PROT P");
+  }
   if (type == CURLINFO_HEADER_IN) {
     // Until a command is sent, libcurl's place in its buffer is one in the freed buffer of the request
     // before: `data` must not be looked at. Pinned by
@@ -63,7 +69,9 @@ int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_
     }
     long header_size = 0;
     curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
-    driver.replies_.take_line({data, size}, header_size);
+    const std::string_view line{data, size};
+    driver.replies_.take_line(line, header_size);
+    if (driver.asked_for_private_data_) driver.data_is_private_ = line.starts_with('2');
   }
   return CURLDebug(curl, type, data, size, nullptr);
 }
@@ -82,16 +90,24 @@ curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_
   }
   const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
   if (opened < 0) return CURL_SOCKET_BAD;
+  if (driver.sockets_.empty()) driver.data_is_private_ = false;  // another control connection
   driver.sockets_.push_back(opened);
   driver.reply_is_due_ = true;  // the greeting, or a proxy's answer
   return opened;
 }
 
-int request_driver::set_up_socket(void*, curl_socket_t socket, curlsocktype purpose) noexcept {
+int request_driver::set_up_socket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept {
+  if (purpose != CURLSOCKTYPE_ACCEPT) return CURL_SOCKOPT_OK;
   // Not for the programs that the host starts: a copy of the data connection of active mode, which libcurl
   // accepts by itself, would keep the server waiting for the end of an upload.
-  if (purpose == CURLSOCKTYPE_ACCEPT) (void)fcntl(socket, F_SETFD, FD_CLOEXEC);
-  return CURL_SOCKOPT_OK;
+  (void)fcntl(socket, F_SETFD, FD_CLOEXEC);
+  if (!static_cast<request_driver*>(self)->data_is_private_) return CURL_SOCKOPT_OK;
+  // libcurl 7.88.1 begins no TLS handshake on it: the bytes of an upload would leave in clear, and everything
+  // else would wait for 20 s. Pinned by
+  // Connection.SendsNothingInClearInActiveModeWhereTheServerAwaitsTls.
+  __LOG__A(current_logger(), LOGLEVEL_DEBUG,
+           "[NETWORK   ] [INFORMATION] no TLS on data connections in active mode: use passive mode");
+  return CURL_SOCKOPT_ERROR;
 }
 
 int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {

@@ -72,6 +72,8 @@ class request_driver : pinned {
   CURLM* multi_;
   std::vector<curl_socket_t> sockets_;  // open ones, oldest first: the first is the control connection
   bool refuse_ = false;
+  bool asked_for_private_data_ = false;  // by the last command
+  bool data_is_private_ = false;         // the server awaits TLS on data connections
   // Of the request that runs:
   reply_account replies_;
   bool reply_is_due_ = false;  // a command was sent, or a socket opened

@@ -314,6 +314,48 @@ TEST_F(Connection, BeginsAfreshAtAReplyThatComesBeforeTheFirstCommand) {
   EXPECT_THAT(server.dialogue(2), Contains("DELE a")) << "on a control connection of its own";
 }
 
+/// Stores "secret" under the base URL.
+CURLcode store(connection& con) {
+  char bytes[] = "secret";
+  std::string_view rest{bytes};
+  const curl_read_callback take = [](char* out, std::size_t size, std::size_t count, void* from) {
+    auto& left = *static_cast<std::string_view*>(from);
+    const std::size_t taken = left.copy(out, size * count);
+    left.remove_prefix(taken);
+    return taken;
+  };
+  return transfer{con}
+      .set(CURLOPT_URL, (con.get_url() + "/new").c_str(), nullptr)
+      .set(CURLOPT_UPLOAD, 1L, 0L)
+      .set(CURLOPT_READFUNCTION, take, nullptr)
+      .set(CURLOPT_READDATA, &rest, nullptr)
+      .run_once();
+}
+
+// libcurl 7.88.1 begins no TLS handshake on a data connection that it accepts: the bytes would leave in
+// clear.
+TEST_F(Connection, SendsNothingInClearInActiveModeWhereTheServerAwaitsTls) {
+  server.on("PROT").reply("200 Private.").times(1);
+  connection con{settings({{"active", "true"}})};
+  ASSERT_EQ(con.connect(), SUCCESS);
+  ASSERT_EQ(send(con, "PROT P"), CURLE_OK);
+  EXPECT_EQ(store(con), CURLE_ABORTED_BY_CALLBACK);
+  ASSERT_TRUE(server.wait_until_idle());
+  for (const auto& upload : server.uploads()) EXPECT_EQ(upload.bytes, "");
+
+  EXPECT_EQ(store(con), CURLE_OK) << "on a connection of its own, where TLS was not agreed on";
+  EXPECT_EQ(server.file("/new"), "secret");
+}
+
+TEST_F(Connection, SendsInActiveModeWhereTheServerRefusesTlsForData) {
+  server.on("PROT").reply("534-Not\r\n534 here.").times(1);
+  connection con{settings({{"active", "true"}})};
+  ASSERT_EQ(con.connect(), SUCCESS);
+  ASSERT_EQ(send(con, "*PROT P"), CURLE_OK);
+  EXPECT_EQ(store(con), CURLE_OK);
+  EXPECT_EQ(server.file("/new"), "secret");
+}
+
 TEST_F(Connection, FailsToLogInWithoutMemoryForAHandle) {
   connection con{settings()};
   {
