@@ -170,6 +170,14 @@ TEST_F(Login, GoesOnWithWhatItKnowsWhenTheFormCannotBeRead) {
   EXPECT_EQ(server.logins(), 2u);
 }
 
+TEST_F(Login, ADocumentWithoutAUrlCutsTheRootPathOffOnceMore) {
+  const std::string root = "/" + std::string(server.url().size(), 'r');
+  EXPECT_EQ(connect_with(fakes::login_document(server.url() + root, "jane", "s3cret")), SUCCESS);
+  EXPECT_EQ(connect_with("[]"), FAILED);
+  EXPECT_THAT(log.operations(), Contains("1 [PROTOCOL  ] Connect with explicit FTPS url:, return 1"));
+  EXPECT_EQ(server.connections_seen(), 1u);
+}
+
 TEST_F(Login, KeepsTheFieldsInFrontOfTheOneThatCannotBeConverted) {
   EXPECT_EQ(connect_with("[{\"data\":[{\"url\":{\"value\":\"" + server.url() +
                          "\"}},{\"active\":{\"value\":[\"no boolean\"]}}]}]"),
