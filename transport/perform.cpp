@@ -148,7 +148,7 @@ CURLcode request_driver::perform(CURL* curl) {
     close_connections(curl);
     result = run(curl);
   }
-  // Pinned by Delete.ASecondReplyIsNotKeptForTheNextRequest.
+  // Pinned by Upload.ASecondReplyIsNotTakenForTheSizeThatTheServerHas.
   if (replies_.keeps_bytes() || replies_.is_out_of_step()) close_connections(curl);
   // Pinned by Move.ASecondReplyToTheSourceIsNoAnswerToTheTarget.
   if (replies_.is_out_of_step() && result == CURLE_OK) return CURLE_WEIRD_SERVER_REPLY;
