@@ -22,7 +22,7 @@ import unittest
 
 from pyftpdlib.authorizers import DummyAuthorizer
 from pyftpdlib.filesystems import AbstractedFS
-from pyftpdlib.handlers import FTPHandler, ThrottledDTPHandler
+from pyftpdlib.handlers import DTPHandler, FTPHandler, ThrottledDTPHandler
 from pyftpdlib.ioloop import IOLoop
 from pyftpdlib.servers import FTPServer
 import logging
@@ -71,6 +71,29 @@ class Server:
 def throttled(bytes_per_second):
     return type("Throttled", (ThrottledDTPHandler,),
                 {"read_limit": bytes_per_second, "write_limit": bytes_per_second, "auto_sized_buffers": False})
+
+
+def meeting_of(count):
+    """Uploads that wait until `count` of them go on at once; then tells how many did at most."""
+    class Meeting(DTPHandler):
+        running, waiting, most = [], [], 0
+
+        def enable_receiving(self, *arguments):
+            super().enable_receiving(*arguments)
+            Meeting.running.append(self)
+            Meeting.most = max(Meeting.most, len(Meeting.running))
+            if Meeting.most < count:
+                self.del_channel()
+                Meeting.waiting.append(self)
+            while Meeting.most >= count and Meeting.waiting:
+                Meeting.waiting.pop().add_channel(events=self.ioloop.READ)
+
+        def close(self):
+            if self in Meeting.running:
+                Meeting.running.remove(self)
+            super().close()
+
+    return Meeting
 
 
 def without_machine_listing():
@@ -855,18 +878,12 @@ class Sync(HostTest):
         self.assertEqual(self.sync("s", server.url, "--modify-window", "1")["copied"], 1)
 
     def test_copies_as_many_files_at_a_time_as_it_is_told(self):
-        at_once = {}
-        for count in ("1", "4"):
-            open_now, seen = [], []
-            server = self.start(dtp_handler=throttled(50_000),
-                                on_connect=lambda handler: (open_now.append(1), seen.append(len(open_now))),
-                                on_disconnect=lambda handler: open_now.pop())
-            for index in range(4):
-                self.write(self.local, "s/%d" % index, bytes(25_000))
-            self.sync("s", server.url + "/" + count, "--parallel", count)
-            at_once[count] = max(seen)
-        self.assertLess(at_once["1"], 3)
-        self.assertGreaterEqual(at_once["4"], 4)
+        for index in range(8):
+            self.write(self.local, "s/%d" % index, bytes(25_000))
+        for count in (1, 4):
+            meeting = meeting_of(count)
+            self.sync("s", self.start(dtp_handler=meeting).url + "/%d" % count, "--parallel", str(count))
+            self.assertEqual(meeting.most, count)
 
     def test_an_edit_in_the_second_of_the_copy_is_seen(self):
         server = self.start()
