@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "plugin/abi/error_codes.h"
+#include "boundary/abi/error_codes.h"
 
 namespace ftp_plugin {
 

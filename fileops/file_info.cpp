@@ -1,13 +1,13 @@
 #include <string>
 
+#include "boundary/log.h"
+#include "boundary/no_throw.h"
 #include "common/string_format.h"
 #include "common/time_text.h"
-#include "plugin/log.h"
-#include "plugin/no_throw.h"
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
-#include "transport/lease.h"
-#include "transport/transfer.h"
+#include "transport/pool/lease.h"
+#include "transport/pool/transfer.h"
 
 namespace ftp_plugin {
 namespace {

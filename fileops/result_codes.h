@@ -3,7 +3,7 @@
 
 #include <curl/curl.h>
 
-#include "plugin/abi/error_codes.h"
+#include "boundary/abi/error_codes.h"
 
 namespace ftp_plugin {
 

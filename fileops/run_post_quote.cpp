@@ -1,7 +1,7 @@
 #include "fileops/run_post_quote.h"
 
 #include "transport/command_list.h"
-#include "transport/transfer.h"
+#include "transport/pool/transfer.h"
 
 namespace ftp_plugin {
 

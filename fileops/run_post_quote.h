@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "transport/connection.h"
+#include "transport/pool/connection.h"
 
 namespace ftp_plugin {
 

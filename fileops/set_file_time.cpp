@@ -1,12 +1,12 @@
 #include <string>
 #include <utility>
 
+#include "boundary/log.h"
+#include "boundary/no_throw.h"
 #include "fileops/command_texts.h"
 #include "fileops/run_post_quote.h"
-#include "plugin/log.h"
-#include "plugin/no_throw.h"
 #include "protocol/protocol.h"
-#include "transport/lease.h"
+#include "transport/pool/lease.h"
 
 namespace ftp_plugin {
 

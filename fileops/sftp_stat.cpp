@@ -1,12 +1,12 @@
 #include <cstdint>
 #include <string>
 
+#include "boundary/log.h"
 #include "common/time_text.h"
-#include "plugin/log.h"
 #include "protocol/protocol.h"
-#include "transport/lease.h"
+#include "transport/pool/lease.h"
 #include "transport/retry.h"
-#include "transport/sftp_attributes.h"
+#include "transport/sftp/sftp_attributes.h"
 
 namespace ftp_plugin {
 namespace {

@@ -1,17 +1,17 @@
 #include <string>
 #include <utility>
 
+#include "boundary/log.h"
+#include "boundary/no_throw.h"
 #include "fileops/command_texts.h"
 #include "fileops/result_codes.h"
 #include "fileops/upload_context.h"
-#include "plugin/log.h"
-#include "plugin/no_throw.h"
 #include "protocol/protocol.h"
 #include "transport/command_list.h"
-#include "transport/lease.h"
-#include "transport/progress.h"
-#include "transport/sftp_buffers.h"
-#include "transport/transfer.h"
+#include "transport/pool/lease.h"
+#include "transport/pool/transfer.h"
+#include "transport/request/progress.h"
+#include "transport/sftp/sftp_buffers.h"
 
 namespace ftp_plugin {
 

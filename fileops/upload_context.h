@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "plugin/abi/host_interfaces.h"
-#include "plugin/abi/transfer_handle.h"
+#include "boundary/abi/host_interfaces.h"
+#include "boundary/abi/transfer_handle.h"
 
 namespace ftp_plugin {
 

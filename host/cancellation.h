@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "plugin/abi/transfer_handle.h"
+#include "boundary/abi/transfer_handle.h"
 
 namespace ftp_host {
 

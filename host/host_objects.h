@@ -4,8 +4,8 @@
 #include <functional>
 #include <vector>
 
+#include "boundary/abi/host_interfaces.h"
 #include "host/operation.h"
-#include "plugin/abi/host_interfaces.h"
 
 namespace ftp_host {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "plugin/abi/exports.h"
+#include "boundary/abi/exports.h"
 
 namespace ftp_host {
 

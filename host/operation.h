@@ -8,10 +8,10 @@
 #include <functional>
 #include <string>
 
+#include "boundary/abi/error_codes.h"
 #include "host/cancellation.h"
 #include "host/console.h"
 #include "host/plugin_log.h"
-#include "plugin/abi/error_codes.h"
 
 namespace ftp_host {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "plugin/abi/host_interfaces.h"
+#include "boundary/abi/host_interfaces.h"
 
 namespace spdlog {
 class logger;

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "boundary/abi/file_record.h"
 #include "listing/ftpparse_time.h"
-#include "plugin/abi/file_record.h"
 
 namespace ftp_plugin {
 

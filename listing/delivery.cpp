@@ -3,12 +3,12 @@
 #include <optional>
 #include <string_view>
 
+#include "boundary/log.h"
 #include "common/charset.h"
 #include "listing/basic_line.h"
 #include "listing/mlsd_line.h"
 #include "listing/reply_lines.h"
 #include "listing/vxworks_line.h"
-#include "plugin/log.h"
 
 namespace ftp_plugin {
 namespace {

@@ -7,9 +7,9 @@
 #include <functional>
 #include <string>
 
+#include "boundary/abi/file_record.h"
+#include "boundary/abi/host_interfaces.h"
 #include "listing/ftpparse_time.h"
-#include "plugin/abi/file_record.h"
-#include "plugin/abi/host_interfaces.h"
 
 namespace ftp_plugin {
 

@@ -2,9 +2,9 @@
 #include <memory>
 #include <string>
 
+#include "boundary/log.h"
+#include "boundary/no_throw.h"
 #include "listing/delivery.h"
-#include "plugin/log.h"
-#include "plugin/no_throw.h"
 #include "protocol/protocol.h"
 
 namespace ftp_plugin {

@@ -1,14 +1,14 @@
 #include <string>
 #include <string_view>
 
+#include "boundary/log.h"
 #include "common/string_format.h"
-#include "plugin/log.h"
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
-#include "transport/ftp_buffers.h"
-#include "transport/lease.h"
+#include "transport/ftp/ftp_buffers.h"
+#include "transport/pool/lease.h"
+#include "transport/pool/transfer.h"
 #include "transport/retry.h"
-#include "transport/transfer.h"
 
 namespace ftp_plugin {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "plugin/abi/file_record.h"
+#include "boundary/abi/file_record.h"
 
 namespace ftp_plugin {
 

@@ -1,11 +1,11 @@
-#include "plugin/abi/exports.h"
+#include "boundary/abi/exports.h"
 
 #include <cstdlib>
 #include <cstring>
 
-#include "plugin/error_codes.h"
-#include "plugin/host_bindings.h"
-#include "plugin/no_throw.h"
+#include "boundary/error_codes.h"
+#include "boundary/host_bindings.h"
+#include "boundary/no_throw.h"
 #include "protocol/protocol.h"
 
 using ftp_plugin::no_throw;

@@ -7,8 +7,8 @@
 
 #include <string>
 
+#include "boundary/abi/error_codes.h"
 #include "common/json_object.h"
-#include "plugin/abi/error_codes.h"
 
 namespace ftp_plugin {
 

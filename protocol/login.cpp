@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <string>
 
-#include "plugin/log.h"
-#include "plugin/no_throw.h"
+#include "boundary/log.h"
+#include "boundary/no_throw.h"
 #include "protocol/form_values.h"
 #include "protocol/protocol.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "plugin/no_throw.h"
+#include "boundary/no_throw.h"
 #include "protocol/form_values.h"
 #include "protocol/protocol.h"
 #include "protocol/server_url.h"

@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "boundary/host_bindings.h"
+#include "boundary/no_throw.h"
 #include "common/iconv_list.h"
-#include "plugin/host_bindings.h"
-#include "plugin/no_throw.h"
 #include "protocol/field_descriptors.h"
 
 namespace ftp_plugin {

@@ -13,8 +13,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "plugin/abi/protocol_interfaces.h"
-#include "transport/pool.h"
+#include "boundary/abi/protocol_interfaces.h"
+#include "transport/pool/pool.h"
 #include "transport/settings.h"
 
 namespace ftp_plugin {

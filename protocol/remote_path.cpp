@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "plugin/log.h"
+#include "boundary/log.h"
 #include "protocol/protocol.h"
 #include "protocol/url_encode.h"
 

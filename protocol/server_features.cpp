@@ -1,12 +1,12 @@
 #include <string_view>
 
-#include "plugin/log.h"
-#include "plugin/no_throw.h"
+#include "boundary/log.h"
+#include "boundary/no_throw.h"
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
 #include "transport/command_list.h"
-#include "transport/lease.h"
-#include "transport/transfer.h"
+#include "transport/pool/lease.h"
+#include "transport/pool/transfer.h"
 
 namespace ftp_plugin {
 namespace {

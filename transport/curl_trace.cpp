@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "plugin/log.h"
+#include "boundary/log.h"
 
 namespace ftp_plugin {
 namespace {

@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "plugin/abi/file_record.h"
-#include "plugin/abi/host_interfaces.h"
-#include "plugin/abi/transfer_handle.h"
+#include "boundary/abi/file_record.h"
+#include "boundary/abi/host_interfaces.h"
+#include "boundary/abi/transfer_handle.h"
 
 namespace fakes {
 

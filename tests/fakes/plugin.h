@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "plugin/abi/exports.h"
+#include "boundary/abi/exports.h"
 
 namespace fakes {
 

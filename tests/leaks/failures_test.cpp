@@ -17,7 +17,7 @@
 #include <string>
 #include <utility>
 
-#include "plugin/host_bindings.h"
+#include "boundary/host_bindings.h"
 #include "protocol/protocol.h"
 #include "tests/fakes/ftp_server.h"
 

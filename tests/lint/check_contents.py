@@ -3,7 +3,7 @@
 
 usage: check_contents.py ROOT
 
-- The overrides come in the order of the interface (plugin/abi/protocol_interfaces.h), numbered from 1, each
+- The overrides come in the order of the interface (boundary/abi/protocol_interfaces.h), numbered from 1, each
   with the file that defines it: "// 13  fileops/create_delete.cpp".
 - Each private operation stands under a comment that is nothing but its file, "// listing/read_dir.cpp", and
   is defined in that file. Members and one-line accessors need no file.
@@ -16,7 +16,7 @@ import sys
 from typing import NamedTuple
 
 HEADER = "protocol/protocol.h"
-INTERFACES = "plugin/abi/protocol_interfaces.h"
+INTERFACES = "boundary/abi/protocol_interfaces.h"
 SLOTS = 26
 
 SLOT_COMMENT = re.compile(r"^(\d+)\s+(\w+/\w+\.cpp)$")

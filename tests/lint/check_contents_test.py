@@ -47,7 +47,7 @@ HEADER_TEXT = (
 )
 
 GOOD = {
-    "plugin/abi/protocol_interfaces.h": INTERFACES,
+    "boundary/abi/protocol_interfaces.h": INTERFACES,
     HEADER: HEADER_TEXT,
     "protocol/protocol.cpp": "Protocol::Protocol(const char* name) : count{1} {}\nvoid Protocol::Op1() {}\n"
     "int Protocol::Helper(int kind) { return kind; }\n"
@@ -133,7 +133,7 @@ BROKEN = {
         "a member stands under listing/list.cpp",
     ),
     "an_interface_with_fewer_slots": (
-        "plugin/abi/protocol_interfaces.h",
+        "boundary/abi/protocol_interfaces.h",
         "  virtual int Op26(std::function<void(int)> done) = 0;\n",
         "",
         "has 25 operations instead of 26",

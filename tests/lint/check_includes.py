@@ -11,14 +11,10 @@ import pathlib
 import re
 import sys
 
-# What everybody may use although it lives in plugin/.
-LEAVES = (
-    "plugin/abi/",
-    "plugin/error_codes.h",
-    "plugin/host_bindings.h",
-    "plugin/log.h",
-    "plugin/no_throw.h",
-)
+# What everybody may use.
+LEAVES = ("boundary/",)
+
+SHARED = ("transport/*",)  # what the rooms of transport/ share
 
 BELOW = ("fileops/", "listing/", "transport/", "common/")  # the folders that protocol/ stands on
 
@@ -29,15 +25,19 @@ LIBCURL = ("curl/", "libssh2", "event2/")
 NOTHING = ()
 
 # The first row whose pattern fits a file decides: what it may include, and which libraries it may not.
-# Every text ending in "/" stands for a folder, every other one for a file.
+# A text ending in "/" stands for a folder with all below it, one ending in "/*" for the files of that folder
+# alone, every other one for a file.
 TABLE = (
     # A host is built from these alone.
-    (r"plugin/abi/.*", ("plugin/abi/",), LIBCURL + ("json/",)),
-    # The one file of plugin/ that looks at other folders.
+    (r"boundary/abi/.*", ("boundary/abi/",), LIBCURL + ("json/",)),
+    (r"boundary/.*", ("boundary/",), LIBCURL + ("json/",)),
     (r"plugin/exports\.cpp", LEAVES + ("protocol/",) + BELOW, NOTHING),
-    (r"plugin/.*", LEAVES, LIBCURL + ("json/",)),
     (r"common/.*", ("common/",) + LEAVES, LIBCURL),
-    (r"transport/.*", ("transport/", "common/") + LEAVES, NOTHING),
+    (r"transport/pool/.*", ("transport/", "common/") + LEAVES, NOTHING),
+    (r"transport/request/.*", ("transport/request/", "common/") + SHARED + LEAVES, NOTHING),
+    (r"transport/ftp/.*", ("transport/ftp/", "common/") + SHARED + LEAVES, NOTHING),
+    (r"transport/sftp/.*", ("transport/sftp/", "common/") + SHARED + LEAVES, NOTHING),
+    (r"transport/.*", SHARED + ("common/",) + LEAVES, NOTHING),
     # The bodies implement the class; of protocol/ they need nothing else.
     (
         rf"listing/{BODIES}\.cpp",
@@ -52,10 +52,10 @@ TABLE = (
     (r"protocol/.*\.h", ("protocol/", "transport/", "common/") + LEAVES, NOTHING),
     (r"protocol/.*", LEAVES + ("protocol/",) + BELOW, NOTHING),
     # Proves that the boundary suffices.
-    (r"host/.*", ("host/", "plugin/abi/"), LIBCURL),
+    (r"host/.*", ("host/", "boundary/abi/"), LIBCURL),
 )
 
-FOLDERS = ("plugin", "common", "transport", "listing", "fileops", "protocol", "host")
+FOLDERS = ("plugin", "boundary", "common", "transport", "listing", "fileops", "protocol", "host")
 SOURCES = {".h", ".cpp", ".def"}
 INCLUDE = re.compile(r"^\s*#\s*include(?:_next)?\b\s*(.*)$")
 QUOTED = re.compile(r'"([^"]+)"')
@@ -77,7 +77,9 @@ def row_of(name):
 
 
 def covered(name, allowed):
-    return any(name.startswith(entry) if entry.endswith("/") else name == entry for entry in allowed)
+    """Whether an entry stands for the file: its folder ("a/"), just that folder ("a/*") or the file itself."""
+    folder = name.rpartition("/")[0] + "/*"
+    return any(name.startswith(entry) if entry.endswith("/") else entry in (name, folder) for entry in allowed)
 
 
 def reason_against(root, name, argument):

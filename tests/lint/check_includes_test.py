@@ -13,40 +13,40 @@ from check_case import CheckCase, write
 
 # A tree with every kind of file, each with what it may include.
 GOOD = {
-    "plugin/abi/codes.def": "",
-    "plugin/abi/codes.h": '#include <cstdint>\n#include "codes.def"\n',
-    "plugin/abi/records.h": '#include <string>\n#include "codes.h"\n',
-    "plugin/error_codes.h": '#include "plugin/abi/codes.h"\n',
-    "plugin/host_bindings.h": '#include "plugin/abi/records.h"\n',
-    "plugin/log.h": '#include "plugin/host_bindings.h"\n',
-    "plugin/no_throw.h": "#include <utility>\n",
-    "plugin/log.cpp": '#include "plugin/log.h"\n',
-    "plugin/exports.cpp": '#include "plugin/log.h"\n#include "protocol/protocol.h"\n',
-    "common/text.h": '#include <json/json.h>\n#include "plugin/abi/codes.h"\n',
-    "transport/pool.h": '#include <curl/curl.h>\n#include "common/text.h"\n#include "plugin/log.h"\n',
-    "listing/line.h": '#include "common/text.h"\n#include "plugin/abi/records.h"\n',
+    "boundary/abi/codes.def": "",
+    "boundary/abi/codes.h": '#include <cstdint>\n#include "codes.def"\n',
+    "boundary/abi/records.h": '#include <string>\n#include "codes.h"\n',
+    "boundary/error_codes.h": '#include "boundary/abi/codes.h"\n',
+    "boundary/host_bindings.h": '#include "boundary/abi/records.h"\n',
+    "boundary/log.h": '#include "boundary/host_bindings.h"\n',
+    "boundary/no_throw.h": "#include <utility>\n",
+    "boundary/log.cpp": '#include "boundary/log.h"\n',
+    "plugin/exports.cpp": '#include "boundary/log.h"\n#include "protocol/protocol.h"\n',
+    "common/text.h": '#include <json/json.h>\n#include "boundary/abi/codes.h"\n',
+    "transport/pool/pool.h": '#include <curl/curl.h>\n#include "common/text.h"\n#include "boundary/log.h"\n',
+    "listing/line.h": '#include "common/text.h"\n#include "boundary/abi/records.h"\n',
     "listing/line.cpp": '#include "listing/line.h"\n',
     "listing/read_dir.cpp": '#include "listing/line.h"\n#include "protocol/protocol.h"\n'
-    '#include "transport/pool.h"\n',
-    "fileops/texts.h": '#include "common/text.h"\n#include "transport/pool.h"\n',
+    '#include "transport/pool/pool.h"\n',
+    "fileops/texts.h": '#include "common/text.h"\n#include "transport/pool/pool.h"\n',
     "fileops/read.cpp": '#include "fileops/texts.h"\n#include "protocol/protocol.h"\n',
-    "protocol/protocol.h": '#include "plugin/abi/records.h"\n#include "transport/pool.h"\n',
+    "protocol/protocol.h": '#include "boundary/abi/records.h"\n#include "transport/pool/pool.h"\n',
     "protocol/paths.h": '#include "common/text.h"\n',
     "protocol/login.cpp": '#include "listing/line.h"\n#include "protocol/paths.h"\n'
     '#include "protocol/protocol.h"\n',
-    "host/main.cpp": '#include <json/json.h>\n#include "host/module.h"\n#include "plugin/abi/records.h"\n',
+    "host/main.cpp": '#include <json/json.h>\n#include "host/module.h"\n#include "boundary/abi/records.h"\n',
     "host/module.h": "",
-    "tests/unit/any_test.cpp": '#include "protocol/paths.h"\n#include "transport/pool.h"\n',
+    "tests/unit/any_test.cpp": '#include "protocol/paths.h"\n#include "transport/pool/pool.h"\n',
 }
 
 # What must be refused: file, the line that is added to it, and a piece of the reason.
 BROKEN = {
-    "common_looks_up": ("common/text.h", '#include "transport/pool.h"', "direction"),
+    "common_looks_up": ("common/text.h", '#include "transport/pool/pool.h"', "direction"),
     "common_knows_no_libcurl": ("common/text.h", "#include <curl/curl.h>", "not for this file"),
-    "transport_looks_at_protocol": ("transport/pool.h", '#include "protocol/protocol.h"', "direction"),
-    "transport_looks_at_listing": ("transport/pool.h", '#include "listing/line.h"', "direction"),
-    "transport_looks_at_fileops": ("transport/pool.h", '#include "fileops/texts.h"', "direction"),
-    "parser_looks_at_transport": ("listing/line.cpp", '#include "transport/pool.h"', "direction"),
+    "transport_looks_at_protocol": ("transport/pool/pool.h", '#include "protocol/protocol.h"', "direction"),
+    "transport_looks_at_listing": ("transport/pool/pool.h", '#include "listing/line.h"', "direction"),
+    "transport_looks_at_fileops": ("transport/pool/pool.h", '#include "fileops/texts.h"', "direction"),
+    "parser_looks_at_transport": ("listing/line.cpp", '#include "transport/pool/pool.h"', "direction"),
     "parser_knows_no_libcurl": ("listing/line.cpp", "#include <curl/curl.h>", "not for this file"),
     "parser_looks_at_the_class": ("listing/line.cpp", '#include "protocol/protocol.h"', "direction"),
     "listing_header_looks_at_the_class": ("listing/line.h", '#include "protocol/protocol.h"', "direction"),
@@ -57,19 +57,19 @@ BROKEN = {
     "fileops_looks_at_listing": ("fileops/read.cpp", '#include "listing/line.h"', "direction"),
     "class_looks_at_its_bodies": ("protocol/protocol.h", '#include "listing/line.h"', "direction"),
     "class_looks_at_fileops": ("protocol/protocol.h", '#include "fileops/texts.h"', "direction"),
-    "boundary_looks_at_plugin": ("plugin/abi/records.h", '#include "plugin/log.h"', "direction"),
-    "boundary_needs_a_library": ("plugin/abi/records.h", "#include <json/json.h>", "not for this file"),
-    "leaf_looks_outside": ("plugin/log.h", '#include "common/text.h"', "direction"),
-    "leaf_looks_at_protocol": ("plugin/log.cpp", '#include "protocol/protocol.h"', "direction"),
-    "host_looks_past_the_boundary": ("host/main.cpp", '#include "plugin/log.h"', "direction"),
+    "boundary_looks_at_plugin": ("boundary/abi/records.h", '#include "boundary/log.h"', "direction"),
+    "boundary_needs_a_library": ("boundary/abi/records.h", "#include <json/json.h>", "not for this file"),
+    "leaf_looks_outside": ("boundary/log.h", '#include "common/text.h"', "direction"),
+    "leaf_looks_at_protocol": ("boundary/log.cpp", '#include "protocol/protocol.h"', "direction"),
+    "host_looks_past_the_boundary": ("host/main.cpp", '#include "boundary/log.h"', "direction"),
     "host_uses_our_code": ("host/main.cpp", '#include "common/text.h"', "direction"),
-    "product_looks_at_tests": ("transport/pool.h", '#include "tests/unit/any_test.cpp"', "direction"),
+    "product_looks_at_tests": ("transport/pool/pool.h", '#include "tests/unit/any_test.cpp"', "direction"),
     "unknown_file": ("common/text.h", '#include "common/gone.h"', "no file of this project"),
     "climbing_path": ("listing/line.h", '#include "../transport/pool.h"', "climbs"),
-    "our_file_in_angle_brackets": ("listing/line.h", "#include <transport/pool.h>", "in quotes"),
+    "our_file_in_angle_brackets": ("listing/line.h", "#include <transport/pool/pool.h>", "in quotes"),
     "include_through_a_macro": ("common/text.h", "#include SOME_MACRO", "cannot tell"),
-    "blanks_around_the_word": ("common/text.h", '  #  include   "transport/pool.h"', "direction"),
-    "comment_in_the_line": ("common/text.h", '#include /* why */ "transport/pool.h"', "direction"),
+    "blanks_around_the_word": ("common/text.h", '  #  include   "transport/pool/pool.h"', "direction"),
+    "comment_in_the_line": ("common/text.h", '#include /* why */ "transport/pool/pool.h"', "direction"),
 }
 
 
@@ -80,7 +80,7 @@ class CheckIncludes(CheckCase):
 
     def test_prints_its_findings_and_answers_by_its_exit_code(self):
         self.expect_program_agrees(0)
-        write(self.root, {"common/text.h": '#include "transport/pool.h"\n'})
+        write(self.root, {"common/text.h": '#include "transport/pool/pool.h"\n'})
         self.expect_program_agrees(1)
 
     def test_passes_a_tree_that_keeps_the_direction(self):
@@ -97,12 +97,12 @@ class CheckIncludes(CheckCase):
                 self.assertIn(reason, findings[0])
 
     def test_overlooks_includes_in_comments(self):
-        hidden = '// #include "transport/pool.h"\n/*\n#include "transport/pool.h"\n*/\n'
+        hidden = '// #include "transport/pool/pool.h"\n/*\n#include "transport/pool/pool.h"\n*/\n'
         write(self.root, {"common/text.h": hidden})
         self.assertEqual(self.check(), [])
 
     def test_is_not_misled_by_comment_marks_in_a_text(self):
-        tricky = 'const char* url = "http://*/";\nconst char* end = "/*";\n#include "transport/pool.h"\n'
+        tricky = 'const char* url = "http://*/";\nconst char* end = "/*";\n#include "transport/pool/pool.h"\n'
         write(self.root, {"common/text.h": tricky})
         findings = self.check()
         self.assertEqual(len(findings), 1, findings)

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "plugin/abi/file_record.h"
+#include "boundary/abi/file_record.h"
 #include "tests/fakes/daemons.h"
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"

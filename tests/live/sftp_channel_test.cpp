@@ -1,5 +1,5 @@
 // The SFTP channel against OpenSSH's server.
-#include "transport/sftp_channel.h"
+#include "transport/sftp/sftp_channel.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -10,7 +10,7 @@
 
 #include "tests/fakes/sshd.h"
 #include "tests/leaks/failures.h"
-#include "transport/sftp_channel.h"
+#include "transport/sftp/sftp_channel.h"
 
 namespace ftp_plugin {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "plugin/host_bindings.h"
+#include "boundary/host_bindings.h"
 #include "tests/fakes/host.h"
 #include "tests/unit/listing/utc.h"
 

@@ -1,0 +1,208 @@
+#include "transport/ftp/request_driver.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "boundary/log.h"
+#include "transport/curl_trace.h"
+#include "transport/sigpipe_guard.h"
+
+namespace ftp_plugin {
+namespace {
+
+constexpr int kLongestWaitMs = 1000;  // libcurl shortens it to its own timers
+constexpr int kLongestPauseMs = 8;
+
+/// Whether reading from `socket` would not wait: data, end of stream or an error.
+bool is_readable(curl_socket_t socket) noexcept {
+  pollfd watched{socket, POLLIN, 0};
+  return poll(&watched, 1, 0) != 0;
+}
+
+}  // namespace
+
+request_driver::request_driver() : multi_{curl_multi_init()} {
+  if (multi_ == nullptr) throw std::bad_alloc{};
+}
+
+request_driver::~request_driver() {
+  const sigpipe_guard guard;
+  curl_multi_cleanup(multi_);
+}
+
+void request_driver::prepare(CURL* curl) {
+  curl_easy_setopt(curl, CURLOPT_OPENSOCKETFUNCTION, &request_driver::open_socket);
+  curl_easy_setopt(curl, CURLOPT_OPENSOCKETDATA, this);
+  curl_easy_setopt(curl, CURLOPT_CLOSESOCKETFUNCTION, &request_driver::close_socket);
+  curl_easy_setopt(curl, CURLOPT_CLOSESOCKETDATA, this);
+  curl_easy_setopt(curl, CURLOPT_SOCKOPTFUNCTION, &request_driver::set_up_socket);
+  curl_easy_setopt(curl, CURLOPT_SOCKOPTDATA, this);
+}
+
+void request_driver::watch_replies(CURL* curl) noexcept {
+  curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
+  curl_easy_setopt(curl, CURLOPT_DEBUGDATA, this);
+  curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &request_driver::take_header);
+  curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
+}
+
+int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept {
+  auto& driver = *static_cast<request_driver*>(self);
+  if (type == CURLINFO_HEADER_OUT) {
+    driver.reply_is_due_ = true;
+    driver.asked_for_private_data_ = std::string_view{data, size}.starts_with("PROT P");
+  }
+  if (type == CURLINFO_HEADER_IN) {
+    // Until a command is sent, libcurl's place in its buffer is one in the freed buffer of the request
+    // before: `data` must not be looked at. Pinned by
+    // Connection.BeginsAfreshAtAReplyThatComesBeforeTheFirstCommand.
+    if (!driver.reply_is_due_) {
+      driver.reply_came_first_ = true;
+      return 0;
+    }
+    long header_size = 0;
+    curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
+    const std::string_view line{data, size};
+    driver.replies_.take_line(line, header_size);
+    if (driver.asked_for_private_data_) driver.data_is_private_ = line.starts_with('2');
+  }
+  return CURLDebug(curl, type, data, size, nullptr);
+}
+
+std::size_t request_driver::take_header(char*, std::size_t size, std::size_t count, void* self) noexcept {
+  return static_cast<request_driver*>(self)->reply_came_first_ ? 0 : size * count;
+}
+
+curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
+  auto& driver = *static_cast<request_driver*>(self);
+  if (driver.refuse_) return CURL_SOCKET_BAD;
+  try {
+    driver.sockets_.reserve(driver.sockets_.size() + 1);
+  } catch (const std::bad_alloc&) {
+    return CURL_SOCKET_BAD;
+  }
+  const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  if (opened < 0) return CURL_SOCKET_BAD;
+  if (driver.sockets_.empty()) driver.data_is_private_ = false;  // another control connection
+  driver.sockets_.push_back(opened);
+  driver.reply_is_due_ = true;  // the greeting, or a proxy's answer
+  return opened;
+}
+
+int request_driver::set_up_socket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept {
+  if (purpose != CURLSOCKTYPE_ACCEPT) return CURL_SOCKOPT_OK;
+  // Not for the programs that the host starts: a copy of the data connection of active mode, which libcurl
+  // accepts by itself, would keep the server waiting for the end of an upload.
+  (void)fcntl(socket, F_SETFD, FD_CLOEXEC);
+  if (!static_cast<request_driver*>(self)->data_is_private_) return CURL_SOCKOPT_OK;
+  // libcurl 7.88.1 begins no TLS handshake on it: the bytes of an upload would leave in clear, and everything
+  // else would wait for 20 s. Pinned by
+  // Connection.SendsNothingInClearInActiveModeWhereTheServerAwaitsTls.
+  __LOG__A(current_logger(), LOGLEVEL_DEBUG,
+           "[NETWORK   ] [INFORMATION] no TLS on data connections in active mode: use passive mode");
+  return CURL_SOCKOPT_ERROR;
+}
+
+int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {
+  auto& sockets = static_cast<request_driver*>(self)->sockets_;
+  sockets.erase(std::remove(sockets.begin(), sockets.end(), socket), sockets.end());
+  return close(socket);
+}
+
+CURLcode request_driver::run(CURL* curl) {
+  curl_multi_remove_handle(multi_, curl);  // still there from the last request
+  if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
+  replies_.begin();
+  reply_is_due_ = false;
+  reply_came_first_ = false;
+  int wait_ms = 0;
+  for (;;) {
+    int running = 0;
+    const CURLMcode code = curl_multi_perform(multi_, &running);
+    if (code != CURLM_OK) {
+      curl_multi_remove_handle(multi_, curl);
+      return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_BAD_FUNCTION_ARGUMENT;
+    }
+    if (running == 0) break;
+    wait(wait_ms);
+  }
+  CURLcode result = CURLE_OUT_OF_MEMORY;  // libcurl could not even store its message
+  int left = 0;
+  while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+    if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
+  }
+  return result;
+}
+
+CURLcode request_driver::perform(CURL* curl) {
+  const sigpipe_guard guard;
+  CURLcode result = run(curl);
+  if (reply_came_first_) {  // nothing was sent yet
+    close_connections(curl);
+    result = run(curl);
+  }
+  // Pinned by Upload.ASecondReplyIsNotTakenForTheSizeThatTheServerHas.
+  if (replies_.keeps_bytes() || replies_.is_out_of_step()) close_connections(curl);
+  // Pinned by Move.ASecondReplyToTheSourceIsNoAnswerToTheTarget.
+  if (replies_.is_out_of_step() && result == CURLE_OK) return CURLE_WEIRD_SERVER_REPLY;
+  return result;
+}
+
+void request_driver::wait(int& wait_ms) {
+  // libcurl can read a reply and then need another call without any socket telling so (an EPSV reply that is
+  // already there). So the first wait behind an event is none at all, and only quiet makes it longer.
+  const bool unread = control_has_input();
+  // A reply that libcurl leaves unread, because it is busy with the data connection or looks at the wrong
+  // socket, would make the wait spin: then the control socket is not watched, and the wait stays short.
+  const bool watch_control = !sockets_.empty() && !unread;
+  curl_waitfd control{};
+  control.events = CURL_WAIT_POLLIN;
+  if (watch_control) control.fd = sockets_.front();
+  int events = 0;
+  curl_multi_poll(multi_, &control, watch_control ? 1U : 0U, wait_ms, &events);
+  if (events != 0) {
+    wait_ms = 0;
+  } else {
+    wait_ms = std::clamp(2 * wait_ms, 1, unread ? kLongestPauseMs : kLongestWaitMs);
+  }
+}
+
+bool request_driver::control_has_input() const noexcept {
+  return !sockets_.empty() && is_readable(sockets_.front());
+}
+
+bool request_driver::control_has_ended() const noexcept {
+  if (sockets_.empty()) return false;
+  pollfd watched{sockets_.front(), POLLRDHUP, 0};
+  return poll(&watched, 1, 0) != 0;
+}
+
+bool request_driver::control_is_open(CURL* curl) const {
+  curl_socket_t control = CURL_SOCKET_BAD;
+  if (curl_easy_getinfo(curl, CURLINFO_ACTIVESOCKET, &control) != CURLE_OK) return false;
+  return control != CURL_SOCKET_BAD && !is_readable(control);
+}
+
+void request_driver::shut_down_sockets() noexcept {
+  for (const curl_socket_t socket : sockets_) shutdown(socket, SHUT_RDWR);
+}
+
+void request_driver::close_connections(CURL* curl) noexcept {
+  // Shutting the sockets down is not enough: libcurl looks for dead connections once a second only, and a
+  // request before that fails on the old one.
+  shut_down_sockets();
+  CURLM* fresh = curl_multi_init();
+  if (fresh == nullptr) return;  // then the next request may fail, which drops the connection
+  const sigpipe_guard guard;
+  curl_multi_remove_handle(multi_, curl);
+  curl_multi_cleanup(std::exchange(multi_, fresh));
+}
+
+}  // namespace ftp_plugin

@@ -1,0 +1,83 @@
+// Runs the requests of one connection. libcurl 7.88.1 stalls in curl_easy_perform: on TLS it waits for the
+// data socket while the reply is due on the control socket, and an EPSV reply that is already there can cost
+// plain FTP a second. A private multi handle that also watches the control socket gives the same results at
+// once.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <cstddef>
+#include <vector>
+
+#include "common/pinned.h"
+#include "transport/ftp/reply_account.h"
+
+namespace ftp_plugin {
+
+/// Owns the multi handle, and with it the open connections that libcurl keeps between requests. Outlive every
+/// handle that was prepared here. One thread at a time.
+class request_driver : pinned {
+ public:
+  /// Throws std::bad_alloc when libcurl gives no multi handle.
+  request_driver();
+  ~request_driver();
+
+  /// Makes the sockets of `curl` known here. Once per handle, before its first request.
+  void prepare(CURL* curl);
+
+  /// Lets the replies that `curl` reads be watched: sets its debug and header functions. Behind the login's
+  /// options, and after a request that had a header function of its own.
+  void watch_replies(CURL* curl) noexcept;
+
+  /// CURLDebug that watches replies as well.
+  static int trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
+
+  /// Runs the request configured on `curl`. Returns what curl_easy_perform would, but
+  /// CURLE_WEIRD_SERVER_REPLY for a success that rests on replies to other commands. The handle stays with
+  /// the multi handle afterwards, so that libcurl can still tell its open connection; which is closed when
+  /// the server has sent more than libcurl looked at.
+  CURLcode perform(CURL* curl);
+
+  /// Whether libcurl still holds the control connection of the last request, and the server has neither
+  /// closed it nor sent anything unasked: then a further command can be sent without a new login.
+  [[nodiscard]] bool control_is_open(CURL* curl) const;
+
+  /// Whether something waits to be read on the first open socket; between requests that is the control
+  /// connection, where nothing is due.
+  [[nodiscard]] bool control_has_input() const noexcept;
+
+  /// Whether the server has ended that connection, whatever it said before.
+  [[nodiscard]] bool control_has_ended() const noexcept;
+
+  /// While set, no socket is opened: a request that needs a new login fails instead.
+  void refuse_new_sockets(bool refuse) noexcept { refuse_ = refuse; }
+
+  /// Shuts every open socket down: destruction says no further goodbye.
+  void shut_down_sockets() noexcept;
+
+  /// Closes every connection without a goodbye: the next request of `curl` begins on a fresh one.
+  void close_connections(CURL* curl) noexcept;
+
+ private:
+  static curl_socket_t open_socket(void* self, curlsocktype purpose, struct curl_sockaddr* address) noexcept;
+  static int close_socket(void* self, curl_socket_t socket) noexcept;
+  static int set_up_socket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept;
+  /// Header function: ends a request at a reply before its first command.
+  static std::size_t take_header(char* line, std::size_t size, std::size_t count, void* self) noexcept;
+  CURLcode run(CURL* curl);
+  /// Waits until libcurl has something to do, or the control socket has something to say, at most `wait_ms`;
+  /// which becomes how long the next wait may take.
+  void wait(int& wait_ms);
+
+  CURLM* multi_;
+  std::vector<curl_socket_t> sockets_;  // open ones, oldest first: the first is the control connection
+  bool refuse_ = false;
+  bool asked_for_private_data_ = false;  // by the last command
+  bool data_is_private_ = false;         // the server awaits TLS on data connections
+  // Of the request that runs:
+  reply_account replies_;
+  bool reply_is_due_ = false;  // a command was sent, or a socket opened
+  bool reply_came_first_ = false;
+};
+
+}  // namespace ftp_plugin

@@ -1,0 +1,183 @@
+#include "transport/pool/connection.h"
+
+#include <climits>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "transport/command_list.h"
+#include "transport/login_options.h"
+#include "transport/request/curl_callbacks.h"
+#include "transport/retry.h"
+#include "transport/sigpipe_guard.h"
+
+namespace ftp_plugin {
+namespace {
+
+constexpr long kConnectTimeoutSeconds = 10;
+constexpr long kGoodbyeTimeoutSeconds = 10;
+constexpr long kNoTimeout = 0;
+// libcurl's SSH code polls without a pause through every close and quote command when no time-out is set. The
+// largest one that libcurl takes means "no limit" as well.
+constexpr long kLongestTimeoutSeconds = INT_MAX / 1000;
+
+AERROR login_result(CURLcode code) {
+  switch (code) {
+    case CURLE_OK:
+      return SUCCESS;
+    case CURLE_LOGIN_DENIED:
+      return ACCESS_DENIED;
+    case CURLE_COULDNT_CONNECT:
+      return PATH_NOT_FOUND;
+    default:
+      return FAILED;
+  }
+}
+
+/// Logs in, with TLS 1.2 as the highest version where TLS is wanted. Over TLS 1.3 libcurl 7.88.1 offers a
+/// ticket that is used up when a server demands session reuse on data connections, and most uploads in a row
+/// fail. A server that refuses TLS 1.2 is asked once more without the bound.
+CURLcode log_in(request_driver& driver, CURL* curl, bool tls) {
+  const auto run = [&] { return run_while_not_initialised([&] { return driver.perform(curl); }); };
+  if (!tls) return run();
+  curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_MAX_TLSv1_2));
+  const CURLcode code = run();
+  if (code != CURLE_SSL_CONNECT_ERROR) return code;
+  curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_DEFAULT));
+  return run();
+}
+
+/// Whether the last request may have left the login directory of a server that never told which one that is.
+/// libcurl goes back by the answer to PWD; without one it stays, and a raw command with a relative path would
+/// name another file: a delete would take the wrong one.
+/// Pinned by Delete.TakesTheRightFileWhereTheServerDoesNotTellTheLoginDirectory.
+bool has_lost_login_directory(CURL* curl, const std::string& base_url) {
+  char* login_directory = nullptr;
+  char* last_url = nullptr;
+  curl_easy_getinfo(curl, CURLINFO_FTP_ENTRY_PATH, &login_directory);
+  curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &last_url);
+  if (login_directory != nullptr || last_url == nullptr) return false;
+  std::string_view url{last_url};
+  // libcurl puts a "/" behind a server without a path.
+  if (url.size() == base_url.size() + 1 && url.ends_with('/')) url.remove_suffix(1);
+  return url != base_url;
+}
+
+}  // namespace
+
+connection::connection(settings_map settings) : settings_{std::move(settings)} {}
+
+connection::~connection() {
+  quit();
+  const sigpipe_guard guard;
+  // libcurl would say a goodbye of its own to a server that keeps the connection open after ours.
+  if (driver_ != nullptr && !is_sftp()) driver_->shut_down_sockets();
+  curl_.reset();
+  driver_.reset();
+}
+
+AERROR connection::connect() {
+  if (!names_scheme(settings_)) return FAILED;
+  if (!is_sftp() && !fit_into_commands(settings_)) return FAILED;
+  auto driver = std::make_unique<request_driver>();
+  const auto request = std::make_shared<CURLLogger>();
+  CURL* curl = request->GetCURL();
+  if (curl == nullptr) return FAILED;
+  driver->prepare(curl);
+  try {
+    set_login_options(curl, settings_);
+  } catch (const std::length_error&) {
+    return FAILED;
+  }
+  driver->watch_replies(curl);
+  const CURLcode code = log_in(*driver, curl, wants_tls(settings_));
+  curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
+  if (code == CURLE_OK) {
+    curl_ = request;  // frees an earlier handle before its driver
+    driver_ = std::move(driver);
+  }
+  return login_result(code);
+}
+
+CURL* connection::GETCURL() const noexcept { return curl_ == nullptr ? nullptr : curl_->GetCURL(); }
+
+std::string connection::get_url() { return setting(settings_, key::url); }
+
+CURLcode connection::exec(long connect_timeout, bool) {
+  CURL* curl = GETCURL();
+  if (curl == nullptr) return CURLE_FAILED_INIT;
+  // libcurl notices an idle control connection that has ended, but takes a reply that waits on one for the
+  // answer to its next command: a refused delete would be a success. Pinned by
+  // Connection.TakesAReplyThatNobodyAskedForAsTheAnswerToNoCommand.
+  // An SSH server may well ask whether anybody is there; when it has hung up behind that, libcurl does not
+  // notice either, and the request would fail. Pinned by
+  // SftpAfterAPause.FindsTheServerAgainThatGaveUpWaiting.
+  if (is_sftp() ? driver_->control_has_ended() : driver_->control_has_input()) forget_control();
+  if (setting_is(settings_, key::active, "true")) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
+  curl_easy_setopt(curl, CURLOPT_TIMEOUT, is_sftp() ? kLongestTimeoutSeconds : kNoTimeout);
+  curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connect_timeout);
+  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, 20L);
+  curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
+  curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
+  const CURLcode code = driver_->perform(curl);
+  if (!is_sftp() && has_lost_login_directory(curl, setting(settings_, key::url))) forget_control();
+  return code;
+}
+
+void connection::quit() {
+  CURL* curl = GETCURL();
+  if (curl == nullptr || is_sftp()) return;
+  command_list commands;
+  try {
+    curl_easy_setopt(curl, CURLOPT_QUOTE, nullptr);
+    curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, nullptr);
+    curl_easy_setopt(curl, CURLOPT_RANGE, nullptr);
+    curl_easy_setopt(curl, CURLOPT_URL, get_url().c_str());
+    if (!driver_->control_is_open(curl)) return;  // no new login only to say goodbye
+    add(commands, "QUIT");
+  } catch (const std::bad_alloc&) {
+    return;  // nobody is waiting for a goodbye
+  }
+  curl_easy_setopt(curl, CURLOPT_QUOTE, commands.get());
+  curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);  // else a server that stays is asked for a listing
+  curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, kGoodbyeTimeoutSeconds);
+  driver_->refuse_new_sockets(true);
+  exec(kConnectTimeoutSeconds, false);
+  driver_->refuse_new_sockets(false);
+  driver_->shut_down_sockets();
+  curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, 0L);
+  curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
+  curl_easy_setopt(curl, CURLOPT_QUOTE, nullptr);  // the list ends here
+}
+
+void connection::close() {
+  quit();
+  sftp_.close();
+  if (curl_ != nullptr) curl_->Clear();
+}
+
+// libcurl stays where it is when the next path has the same folder as the last one, by name. On a server
+// whose working directory follows a folder that was renamed, a file for the new folder of the old name would
+// be stored in the renamed one, and be found there again. A request for the base URL enters the login
+// directory, and sends nothing when the connection is there already. Pinned by
+// LiveChanges.AFolderOfAnOldNameIsNotTakenForTheMovedOne.
+void connection::leave_moved_folder(std::uint64_t moves) {
+  if (std::exchange(folder_moves_, moves) == moves) return;
+  CURL* curl = GETCURL();
+  if (curl == nullptr || is_sftp() || !driver_->control_is_open(curl)) return;
+  curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
+  exec(kConnectTimeoutSeconds, true);  // a failure closes the control connection, which is as good
+  curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
+}
+
+void connection::watch_replies() noexcept {
+  if (driver_ != nullptr) driver_->watch_replies(GETCURL());
+}
+
+void connection::forget_control() noexcept {
+  if (driver_ != nullptr) driver_->close_connections(GETCURL());
+}
+
+}  // namespace ftp_plugin

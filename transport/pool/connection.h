@@ -1,0 +1,82 @@
+// One logged-in control channel to the server: a libcurl handle that was configured from the server's
+// settings. The pool makes connections and lends each to one operation at a time; a connection has no lock of
+// its own.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "boundary/abi/error_codes.h"
+#include "common/pinned.h"
+#include "transport/ftp/request_driver.h"
+#include "transport/request/curl_logger.h"
+#include "transport/request/progress.h"
+#include "transport/settings.h"
+#include "transport/sftp/sftp_channel.h"
+
+namespace ftp_plugin {
+
+class connection : pinned {
+ public:
+  /// Copies the settings. No handle yet and no traffic.
+  explicit connection(settings_map settings);
+  /// Says goodbye (see quit) and frees the handle.
+  ~connection();
+
+  /// Logs in with a body-less request on the base URL. SUCCESS keeps the handle; ACCESS_DENIED: login
+  /// refused; PATH_NOT_FOUND: server not reached; FAILED: anything else. A failure leaves the connection as
+  /// it was.
+  AERROR connect();
+
+  /// The libcurl handle, or null while there has been no successful login.
+  [[nodiscard]] CURL* GETCURL() const noexcept;
+  /// The request object around the handle; null while there has been no successful login.
+  [[nodiscard]] CURLLogger* request() const noexcept { return curl_.get(); }
+
+  /// Base URL of the server, scheme included. A missing setting is stored as empty text.
+  [[nodiscard]] std::string get_url();
+
+  /// Runs the request that the caller configured on the handle; undoes nothing. `connect_timeout` in seconds.
+  /// The second argument is ignored. CURLE_FAILED_INIT without a handle.
+  CURLcode exec(long connect_timeout, bool ignored);
+
+  /// Sends "QUIT" to an FTP server over the control connection that is open, and waits at most 10 s for the
+  /// answer. Sends nothing when libcurl holds none any more, and nothing on SFTP.
+  void quit();
+
+  /// quit, then the request object's Clear. The next request would log in again.
+  void close();
+
+  /// What libcurl cannot ask an SFTP server: an SSH session of this connection's own, logged in at its first
+  /// request. Its results are libcurl codes; it neither needs nor changes the handle.
+  [[nodiscard]] sftp_channel& sftp() noexcept { return sftp_; }
+
+  /// After a request that had a header function of its own, see request_driver.
+  void watch_replies() noexcept;
+
+  /// Makes the next request begin on a fresh control connection.
+  void forget_control() noexcept;
+
+  /// Goes back to the login directory when `moves`, the number of folders moved so far, has changed since the
+  /// last call: the directory that this connection stands in may have another name now. To be called before
+  /// the request's options are set.
+  void leave_moved_folder(std::uint64_t moves);
+
+  /// Progress record of the upload that last ran here; stays set on the handle after the upload.
+  [[nodiscard]] progress_binding& upload_progress() noexcept { return upload_progress_; }
+
+ private:
+  [[nodiscard]] bool is_sftp() const { return setting_is(settings_, key::type, "sftp"); }
+
+  settings_map settings_;
+  sftp_channel sftp_{settings_};
+  progress_binding upload_progress_{};
+  std::uint64_t folder_moves_ = 0;
+  std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver
+  std::shared_ptr<CURLLogger> curl_;
+};
+
+}  // namespace ftp_plugin

@@ -1,0 +1,32 @@
+#include "transport/command_list.h"
+#include "transport/pool/pool.h"
+#include "transport/pool/transfer.h"
+
+namespace ftp_plugin {
+
+bool pool::probe(const char* command, bool& accepted) {
+  auto con = pop_con();
+  if (con->GETCURL() == nullptr) return false;
+  command_list commands;
+  add(commands, command);
+  const CURLcode code =
+      transfer{*con}.set(CURLOPT_QUOTE, commands.get(), nullptr).set(CURLOPT_NOBODY, 1L, 0L).run_once();
+  accepted = code == CURLE_OK;
+  push_con(std::move(con));
+  return true;
+}
+
+AERROR pool::TestConnect() {
+  auto con = std::make_shared<connection>(settings_);
+  const AERROR result = con->connect();
+  if (result != SUCCESS) return result;
+  push_con(std::move(con));
+  if (!setting_is(settings_, key::type, "ftp")) return SUCCESS;
+
+  if (!setting_is(settings_, key::charset, "local") && !probe("OPTS UTF8 ON", utf8_)) return FAILED;
+  if (setting_is(settings_, key::charset, "utf8")) utf8_ = true;  // even if the server refused the command
+  if (setting_is(settings_, key::charset, "local")) utf8_ = false;
+  return probe("OPTS MLST type;unique;size;modify;", mlst_) ? SUCCESS : FAILED;
+}
+
+}  // namespace ftp_plugin

@@ -1,0 +1,55 @@
+// The SFTP channel of one connection, beside its libcurl handle: it answers what libcurl cannot, the
+// attributes of one path and a listing with exact times and whole names.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "common/pinned.h"
+#include "transport/byte_sink.h"
+#include "transport/settings.h"
+#include "transport/sftp/sftp_attributes.h"
+#include "transport/sftp/sftp_session.h"
+
+namespace ftp_plugin {
+
+/// Logs in at the first request, with the settings of its connection, and stays logged in. Belongs to one
+/// connection and so to one thread at a time. A server that has hung up since the last request is logged in
+/// to once more, unnoticed; any later failure stands. Results are those of sftp_session.
+class sftp_channel : pinned {
+ public:
+  /// No traffic yet. `settings` must outlive the channel.
+  explicit sftp_channel(const settings_map& settings, sftp_limits limits = {}) noexcept
+      : settings_{settings}, limits_{limits} {}
+
+  /// Attributes of `path`, links followed; `out` stays as it is on failure. A path that does not begin with
+  /// "/", and what follows "/~/", start at the home directory; "" and "/~" are the home directory.
+  CURLcode stat(const std::string& path, sftp_attributes& out);
+
+  /// The same, the record handed to the write callback `deliver` with `userdata`. CURLE_WRITE_ERROR when that
+  /// does not take it whole.
+  CURLcode stat(const std::string& path,
+                std::size_t (*deliver)(void* data, std::size_t size, std::size_t nmemb, void* userdata),
+                void* userdata);
+
+  /// Puts the listing of directory `path` into `body`, one line for each entry, see sftp_listing_line.h. On
+  /// failure `body` holds a part. Entries whose name holds a line feed are left out; a line in the log tells.
+  CURLcode list(const std::string& path, byte_vector& body);
+
+  /// Ends the session. A later request would log in again.
+  void close() noexcept { session_.reset(); }
+
+ private:
+  template <class Request>
+  CURLcode run(Request&& request);
+  CURLcode open();
+
+  const settings_map& settings_;
+  sftp_limits limits_;
+  std::unique_ptr<sftp_session> session_;
+};
+
+}  // namespace ftp_plugin

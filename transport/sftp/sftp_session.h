@@ -1,0 +1,88 @@
+// One SSH session with SFTP started on it, over a socket of its own. No call waits without a limit.
+#pragma once
+
+#include <libssh2.h>
+#include <libssh2_sftp.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <string>
+
+#include "common/pinned.h"
+#include "transport/byte_sink.h"
+#include "transport/settings.h"
+#include "transport/sftp/bare_socket.h"
+#include "transport/sftp/sftp_attributes.h"
+#include "transport/sftp/ssh_login.h"
+
+namespace ftp_plugin {
+
+struct sftp_limits {
+  std::chrono::milliseconds login{10'000};    ///< connect, handshake, login and start of SFTP together
+  std::chrono::milliseconds silence{20'000};  ///< afterwards: nothing came and nothing could be sent
+};
+
+/// One thread at a time. Results are libcurl codes, those that libcurl's own SFTP transfers give.
+class sftp_session : pinned {
+ public:
+  explicit sftp_session(sftp_limits limits) noexcept : limits_{limits} {}
+  /// Says goodbye without waiting for an answer.
+  ~sftp_session();
+
+  /// Connects, logs in and starts SFTP. Once per object; after a failure the object is of no further use.
+  /// Host keys are not checked.
+  CURLcode open(const settings_map& settings);
+
+  /// Attributes of `path`, links followed. A path that does not begin with "/", and what follows "/~/",
+  /// start at the home directory; "" and "/~" are the home directory.
+  CURLcode stat(const std::string& path, sftp_attributes& out);
+
+  /// Appends the listing of directory `path` to `body`, see sftp_listing_line.h. On failure `body` holds a
+  /// part.
+  CURLcode list(const std::string& path, byte_vector& body);
+
+  /// Whether the session can take further requests; false after a failure that was not merely the server's
+  /// answer to a request.
+  [[nodiscard]] bool usable() const noexcept { return usable_; }
+
+ private:
+  using clock = std::chrono::steady_clock;
+
+  CURLcode log_in(const ssh_login& login);
+  CURLcode try_password(const ssh_login& login, const std::string& methods);
+  CURLcode try_key(const std::string& user, const std::string& file, const std::string& pass_phrase);
+  CURLcode read_entries(const std::string& path, byte_vector& body);
+  CURLcode append_entry(const std::string& path, const struct sftp_entry& entry, byte_vector& body);
+  CURLcode close_directory();
+
+  // libssh2's way back to its session is a pointer to the pointer that it was given at the start.
+  static sftp_session& of(void** abstract) noexcept { return *static_cast<sftp_session*>(*abstract); }
+  static ssize_t receive(libssh2_socket_t socket, void* buffer, size_t length, int flags, void** abstract);
+  static void answer_prompts(const char*, int, const char*, int, int count,
+                             const LIBSSH2_USERAUTH_KBDINT_PROMPT*,
+                             LIBSSH2_USERAUTH_KBDINT_RESPONSE* responses, void** abstract);
+
+  /// Repeats `call`, which gives LIBSSH2_ERROR_EAGAIN while it would have to wait, until it gives another
+  /// result or time is up.
+  template <class Call>
+  int finish(Call&& call);
+  /// Waits until the socket is ready for what libssh2 is about to do. Returns 0 or LIBSSH2_ERROR_TIMEOUT.
+  [[nodiscard]] int wait() const;
+  [[nodiscard]] bool server_ended_sftp() const;
+  /// The code for `error`, the result of a failed call.
+  CURLcode failed(int error);
+  void trace_failure(const char* what) const;
+
+  sftp_limits limits_;
+  bare_socket socket_;
+  LIBSSH2_SESSION* session_ = nullptr;
+  LIBSSH2_SFTP* sftp_ = nullptr;
+  LIBSSH2_SFTP_HANDLE* directory_ = nullptr;  // the one that is being read
+  bool logged_in_ = false;
+  bool usable_ = false;
+  clock::time_point login_deadline_{};
+  int fruitless_looks_ = 0;    // of the running call of libssh2 at the socket
+  std::string prompt_answer_;  // what keyboard-interactive prompts are answered with
+};
+
+}  // namespace ftp_plugin

@@ -1,0 +1,90 @@
+#include "transport/sftp/ssh_login.h"
+
+#include <curl/curl.h>
+
+#include <memory>
+
+#include "common/pinned.h"
+
+namespace ftp_plugin {
+namespace {
+
+constexpr const char* kSshPort = "22";
+
+struct text_free {
+  void operator()(char* text) const noexcept { curl_free(text); }
+};
+
+/// One URL taken apart by libcurl; false when it could not be.
+class parsed_url : pinned {
+ public:
+  explicit parsed_url(const std::string& url) : parts_{curl_url()} {
+    good_ =
+        parts_ != nullptr && curl_url_set(parts_, CURLUPART_URL, url.c_str(), CURLU_ALLOW_SPACE) == CURLUE_OK;
+  }
+  ~parsed_url() { curl_url_cleanup(parts_); }
+  explicit operator bool() const noexcept { return good_; }
+
+  /// The part, decoded where `flags` say so; empty when there is none.
+  [[nodiscard]] std::string get(CURLUPart part, unsigned flags) const {
+    char* text = nullptr;
+    if (curl_url_get(parts_, part, &text, flags) != CURLUE_OK) return {};
+    const std::unique_ptr<char, text_free> owner{text};
+    return text;
+  }
+
+  /// Null takes the part away.
+  bool set(CURLUPart part, const char* value) noexcept {
+    return curl_url_set(parts_, part, value, CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK;
+  }
+
+ private:
+  CURLU* parts_;
+  bool good_ = false;
+};
+
+/// As libcurl reads it: up to the first NUL byte.
+std::string text_of(const settings_map& settings, const char* name) {
+  const std::string* found = find_setting(settings, name);
+  return found == nullptr ? std::string{} : found->c_str();
+}
+
+}  // namespace
+
+ssh_login ssh_login_of(const settings_map& settings) {
+  ssh_login login;
+  const std::string user = text_of(settings, key::user);
+  const std::string password = text_of(settings, key::pwd);
+  login.key_file = text_of(settings, key::key_file);
+  const bool by_key = !login.key_file.empty();
+  if (by_key) {
+    // The proxy's password is the first candidate for the pass phrase.
+    login.pass_phrase = password.empty() ? text_of(settings, key::proxy_pwd) : password;
+  } else {
+    login.password = password;
+  }
+  // libcurl's order, not quite the obvious one: a password in the URL that no setting replaces brings its
+  // user with it. Pinned by SshLogin.FollowsLibcurl.
+  const parsed_url url{text_of(settings, key::url)};
+  const std::string url_user = url ? url.get(CURLUPART_USER, CURLU_URLDECODE) : std::string{};
+  const std::string url_password = url ? url.get(CURLUPART_PASSWORD, CURLU_URLDECODE) : std::string{};
+  const bool url_password_counts = !url_password.empty() && login.password.empty();
+  if (url_password_counts) login.password = url_password;
+  login.user = user.empty() || (url_password_counts && !url_user.empty()) ? url_user : user;
+  return login;
+}
+
+std::string bare_connection_url(const std::string& url) {
+  parsed_url parts{url};
+  if (!parts) return {};
+  // A protocol in which nothing is said after connecting, and for which libcurl asks an HTTP proxy for a
+  // tunnel whether or not the settings do, as it does for SFTP.
+  const bool good = parts.set(CURLUPART_SCHEME, "telnet") && parts.set(CURLUPART_USER, nullptr) &&
+                    parts.set(CURLUPART_PASSWORD, nullptr) && parts.set(CURLUPART_PATH, "/") &&
+                    parts.set(CURLUPART_QUERY, nullptr) && parts.set(CURLUPART_FRAGMENT, nullptr);
+  if (!good) return {};
+  if (parts.get(CURLUPART_PORT, 0).empty() && !parts.set(CURLUPART_PORT, kSshPort)) return {};
+  return parts.get(CURLUPART_URL, 0);
+}
+
+}  // namespace ftp_plugin
