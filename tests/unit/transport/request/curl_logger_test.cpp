@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/transport/recording_log.h"
 #include "tests/unit/transport/http_responder.h"
+#include "tests/unit/transport/recording_log.h"
 #include "transport/request/curl_callbacks.h"
 
 namespace ftp_plugin {
