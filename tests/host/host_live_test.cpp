@@ -21,7 +21,7 @@
 #include <thread>
 #include <vector>
 
-#include "host/documents.h"
+#include "host/remote/documents.h"
 #include "tests/fakes/daemons.h"
 
 namespace {

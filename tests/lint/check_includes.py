@@ -52,7 +52,11 @@ TABLE = (
     (r"protocol/.*\.h", ("protocol/", "transport/", "common/") + LEAVES, NOTHING),
     (r"protocol/.*", LEAVES + ("protocol/",) + BELOW, NOTHING),
     # Proves that the boundary suffices.
-    (r"host/.*", ("host/", "boundary/abi/"), LIBCURL),
+    (r"host/cli/.*", ("host/", "boundary/abi/"), LIBCURL),
+    (r"host/copy/.*", ("host/copy/", "host/remote/", "host/local/", "host/*", "boundary/abi/"), LIBCURL),
+    (r"host/remote/.*", ("host/remote/", "host/*", "boundary/abi/"), LIBCURL),
+    (r"host/local/.*", ("host/local/", "host/*"), LIBCURL),
+    (r"host/.*", ("host/*", "boundary/abi/"), LIBCURL),
 )
 
 FOLDERS = ("plugin", "boundary", "common", "transport", "listing", "fileops", "protocol", "host")

@@ -34,8 +34,12 @@ GOOD = {
     "protocol/paths.h": '#include "common/text.h"\n',
     "protocol/login.cpp": '#include "listing/line.h"\n#include "protocol/paths.h"\n'
     '#include "protocol/protocol.h"\n',
-    "host/main.cpp": '#include <json/json.h>\n#include "host/module.h"\n#include "boundary/abi/records.h"\n',
-    "host/module.h": "",
+    "host/cli/main.cpp": '#include <json/json.h>\n#include "host/copy/get.h"\n'
+    '#include "boundary/abi/records.h"\n',
+    "host/copy/get.h": '#include "host/local/files.h"\n#include "host/remote/module.h"\n',
+    "host/remote/module.h": '#include "boundary/abi/records.h"\n#include "host/failure.h"\n',
+    "host/local/files.h": '#include "host/failure.h"\n',
+    "host/failure.h": "",
     "tests/unit/any_test.cpp": '#include "protocol/paths.h"\n#include "transport/pool/pool.h"\n',
 }
 
@@ -61,8 +65,13 @@ BROKEN = {
     "boundary_needs_a_library": ("boundary/abi/records.h", "#include <json/json.h>", "not for this file"),
     "leaf_looks_outside": ("boundary/log.h", '#include "common/text.h"', "direction"),
     "leaf_looks_at_protocol": ("boundary/log.cpp", '#include "protocol/protocol.h"', "direction"),
-    "host_looks_past_the_boundary": ("host/main.cpp", '#include "boundary/log.h"', "direction"),
-    "host_uses_our_code": ("host/main.cpp", '#include "common/text.h"', "direction"),
+    "host_looks_past_the_boundary": ("host/cli/main.cpp", '#include "boundary/log.h"', "direction"),
+    "host_uses_our_code": ("host/cli/main.cpp", '#include "common/text.h"', "direction"),
+    "copy_looks_at_the_command_line": ("host/copy/get.h", '#include "host/cli/main.cpp"', "direction"),
+    "remote_looks_at_copy": ("host/remote/module.h", '#include "host/copy/get.h"', "direction"),
+    "remote_looks_at_local": ("host/remote/module.h", '#include "host/local/files.h"', "direction"),
+    "local_looks_at_remote": ("host/local/files.h", '#include "host/remote/module.h"', "direction"),
+    "shared_looks_at_a_room": ("host/failure.h", '#include "host/local/files.h"', "direction"),
     "product_looks_at_tests": ("transport/pool/pool.h", '#include "tests/unit/any_test.cpp"', "direction"),
     "unknown_file": ("common/text.h", '#include "common/gone.h"', "no file of this project"),
     "climbing_path": ("listing/line.h", '#include "../transport/pool.h"', "climbs"),

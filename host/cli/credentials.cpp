@@ -1,0 +1,83 @@
+#include "host/cli/credentials.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <iostream>
+
+#include "host/failure.h"
+
+namespace ftp_host {
+namespace {
+
+/// The terminal with its echo off.
+class SilentTerminal {
+ public:
+  SilentTerminal() : file_{open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)} {
+    if (file_ < 0)
+      throw local_failure("no terminal to ask for the password (use FTP_PASSWORD or --password-stdin)",
+                          errno);
+    tcgetattr(file_, &before_);
+    termios silent = before_;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    silent.c_lflag |= ECHONL;
+    tcsetattr(file_, TCSAFLUSH, &silent);
+  }
+  ~SilentTerminal() {
+    tcsetattr(file_, TCSAFLUSH, &before_);
+    close(file_);
+  }
+  SilentTerminal(const SilentTerminal&) = delete;
+  SilentTerminal& operator=(const SilentTerminal&) = delete;
+  [[nodiscard]] int file() const noexcept { return file_; }
+
+ private:
+  int file_;
+  termios before_{};
+};
+
+}  // namespace
+
+bool can_prompt() {
+  const int file = open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
+  if (file < 0) return false;
+  close(file);
+  return true;
+}
+
+std::string prompt_password(const std::string& question, const Cancellation& cancellation) {
+  const SilentTerminal terminal;
+  (void)!write(terminal.file(), question.data(), question.size());
+  std::string password;
+  for (;;) {
+    pollfd waits[] = {{terminal.file(), POLLIN, 0}, {cancellation.event(), POLLIN, 0}};
+    if (poll(waits, 2, -1) < 0) continue;
+    cancellation.check();
+    char byte = 0;
+    const ssize_t got = read(terminal.file(), &byte, 1);
+    if (got <= 0 || byte == '\n') return password;
+    password.push_back(byte);
+  }
+}
+
+std::string password_from_stdin() {
+  std::string line;
+  if (!std::getline(std::cin, line))
+    throw Failure{ExitCode::usage, "--password-stdin: no line on standard input"};
+  if (line.ends_with('\r')) line.pop_back();
+  return line;
+}
+
+bool take_environment(const char* name, std::string& value) {
+  const char* const text = std::getenv(name);
+  if (text == nullptr) return false;
+  value = text;
+  unsetenv(name);
+  return true;
+}
+
+}  // namespace ftp_host

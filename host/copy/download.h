@@ -1,0 +1,25 @@
+// Downloads one remote file into a local directory: to a temporary name first, then under its own.
+#pragma once
+
+#include "host/local/local_files.h"
+#include "host/progress.h"
+#include "host/remote/session.h"
+
+namespace ftp_host {
+
+struct DownloadResult {
+  std::int64_t bytes = 0;    ///< transferred now
+  std::int64_t resumed = 0;  ///< taken over from an earlier run
+};
+
+/// Stores the file `entry` as `name` in `directory`, with its modification time. `entry` must come from
+/// exact_file. With `resume`, what an interrupted run left of the same size and time is continued. When it
+/// does not end well, the temporary file stays for a later run; the file `name` is complete at every moment,
+/// old or new.
+DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
+                             const LocalDirectory& directory, const std::string& name, bool resume);
+
+/// Whether `local` is the file that `entry` describes: same size and same time.
+[[nodiscard]] bool same_file(const LocalEntry& local, const Entry& entry);
+
+}  // namespace ftp_host

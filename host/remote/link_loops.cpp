@@ -1,0 +1,83 @@
+#include "host/remote/link_loops.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace ftp_host {
+namespace {
+
+constexpr std::size_t kDeepest = 200;
+// A server's system follows at most 40 links in one path, and a way may hold several.
+constexpr int kRounds = 12;
+constexpr std::size_t kLongestPath = 1000;
+
+/// Sizes and times belong to it: two directories that hold the same names are common. Empty without a
+/// directory inside, since a loop needs one.
+std::string fingerprint(const Listing& listing) {
+  std::string text;
+  bool directory = false;
+  for (const Entry& entry : listing.entries) {
+    directory = directory || entry.directory;
+    text += fmt::format("{}/{}/{}/{}\n", entry.name, entry.directory, entry.size, entry.time.value_or(-1));
+  }
+  return directory ? text : "";
+}
+
+bool holds_directory(const Listing& listing, std::string_view name) {
+  return std::any_of(listing.entries.begin(), listing.entries.end(),
+                     [&](const Entry& entry) { return entry.directory && leaf_name(entry.id) == name; });
+}
+
+}  // namespace
+
+WalkPath::ListPlace list_of(Session& session) {
+  return [&session](const std::string& place) -> std::optional<Listing> {
+    Listing listing;
+    if (session.list(place, listing).code != SUCCESS) return std::nullopt;
+    return listing;
+  };
+}
+
+bool WalkPath::leads_back(const Level& above, const std::string& place, const Listing& listing) const {
+  // Directories that hold nothing but one directory of the same name look alike, too. Only a link can be
+  // followed again and again.
+  std::string_view way = std::string_view{place}.substr(above.place.size());
+  if (way.starts_with('/')) way.remove_prefix(1);
+  std::string deep = place;
+  for (int round = 0; round < kRounds && deep.size() + way.size() < kLongestPath; ++round) {
+    deep.append("/").append(way);
+  }
+  if (const auto found = list_(deep); found && fingerprint(*found) == above.print) return true;
+
+  // Some servers follow only a few links in one path. There the way ends with a directory that is listed and
+  // yet cannot be read, and that of a real tree with a directory that holds something else.
+  std::string here = place;
+  Listing in = listing;
+  for (int round = 0; round < kRounds; ++round) {
+    for (std::string_view rest = way; !rest.empty();) {
+      const std::string_view name = rest.substr(0, rest.find('/'));
+      rest.remove_prefix(std::min(name.size() + 1, rest.size()));
+      if (!holds_directory(in, name)) return false;
+      here.append("/").append(name);
+      std::optional<Listing> next = list_(here);
+      if (!next) return true;
+      in = std::move(*next);
+    }
+    if (fingerprint(in) != above.print) return false;
+  }
+  return true;
+}
+
+bool WalkPath::enter(const Listing& listing, const std::string& place) {
+  if (above_.size() >= kDeepest) return false;
+  std::string print = fingerprint(listing);
+  for (const Level& above : above_) {
+    if (!print.empty() && above.print == print && leads_back(above, place, listing)) return false;
+  }
+  above_.push_back({std::move(print), place});
+  return true;
+}
+
+}  // namespace ftp_host

@@ -1,0 +1,87 @@
+#include "host/remote/look_up.h"
+
+#include <algorithm>
+
+namespace ftp_host {
+namespace {
+
+Entry directory_entry(const std::string& id) {
+  Entry entry;
+  entry.name = leaf_name(id);
+  entry.id = id;
+  entry.directory = true;
+  return entry;
+}
+
+/// Asks for `id` itself, without the help of its parent.
+std::optional<Entry> ask_directly(Session& session, const std::string& id, Outcome& last) {
+  Entry entry;
+  if (session.file_info(id, entry).code == SUCCESS) return entry;
+  Listing listing;
+  last = session.list(id, listing);
+  if (last.code == SUCCESS) return directory_entry(id);
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Entry> look_up(Session& session, const std::string& id) {
+  if (is_root(id)) {
+    Listing listing;
+    const Outcome outcome = session.list(id, listing);
+    if (outcome.code != SUCCESS) throw session.failure(session.url_of(id), outcome);
+    return directory_entry(id);
+  }
+  const std::string parent = parent_path(id);
+  const std::string leaf = leaf_name(id);
+  Listing listing;
+  Outcome outcome = session.list(parent, listing);
+  if (outcome.code == SUCCESS) {
+    const auto found = std::find_if(listing.entries.begin(), listing.entries.end(),
+                                    [&](const Entry& entry) { return entry.name == leaf || entry.id == id; });
+    if (found != listing.entries.end()) return *found;
+    // Some servers leave names with a leading dot out of their listings, or list a directory that they cannot
+    // read as an empty one.
+    if (leaf.starts_with('.') || listing.entries.empty()) return ask_directly(session, id, outcome);
+    return std::nullopt;
+  }
+  if (auto entry = ask_directly(session, id, outcome)) return entry;
+  // A parent that does not exist either explains it; a parent that cannot be read explains nothing.
+  if (!is_root(parent) && !look_up(session, parent)) return std::nullopt;
+  throw session.failure(session.url_of(id), outcome);
+}
+
+Entry must_look_up(Session& session, const std::string& id) {
+  if (auto entry = look_up(session, id)) return *entry;
+  throw Failure{ExitCode::not_found,
+                session.url_of(id) + ": not found: " + code_text(session.module(), FILE_NOT_FOUND)};
+}
+
+Entry exact_file(Session& session, const Entry& entry) {
+  Entry exact;
+  const Outcome outcome = session.file_info(entry.id, exact);
+  if (outcome.code != SUCCESS) throw session.failure(session.url_of(entry.id), outcome);
+  exact.name = entry.name;
+  if (!exact.time) exact.time = entry.time;
+  return exact;
+}
+
+Entry settled_file(Session& session, const Entry& entry) {
+  Entry exact = exact_file(session, entry);
+  if (exact.time && session.operations().wait_beyond(*exact.time)) exact = exact_file(session, entry);
+  return exact;
+}
+
+bool list_directory(Session& session, Entry& entry, Listing& listing) {
+  const Outcome outcome = session.list(entry.id, listing);
+  if (outcome.code == SUCCESS) return true;
+  Entry file;
+  if (session.file_info(entry.id, file).code != SUCCESS || file.directory) {
+    throw session.failure(session.url_of(entry.id), outcome);
+  }
+  file.name = entry.name;
+  entry = file;
+  return false;
+}
+
+}  // namespace ftp_host

@@ -1,0 +1,91 @@
+// One login at one server: the plug-in's object with the host's types around it.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/remote/connect_options.h"
+#include "host/remote/host_objects.h"
+#include "host/remote/module.h"
+#include "host/remote/operation.h"
+#include "host/remote/remote_path.h"
+
+namespace ftp_host {
+
+/// One file or directory.
+struct Entry {
+  std::string name;  ///< as shown and stored locally, UTF-8
+  /// Remote: the path that the plug-in is given, its last component in the server's own bytes. Local: the
+  /// path below the top of the tree.
+  std::string id;
+  bool directory = false;
+  bool special = false;             ///< local only: neither file nor directory, such as a link
+  std::int64_t size = 0;            ///< files only; -1 when the server does not tell
+  std::optional<std::time_t> time;  ///< last modification
+};
+
+/// Entries whose names can be used, each name once and in byte order; `hostile` counts those that were
+/// dropped although they are not "." or "..".
+struct Listing {
+  std::vector<Entry> entries;
+  std::size_t hostile = 0;
+};
+
+/// The records that the plug-in delivered for the directory `id`, as a listing.
+[[nodiscard]] Listing make_listing(const std::string& id, const std::vector<_FS_FILE_V2>& records);
+
+/// File operations may run on several threads at once. Every operation answers the plug-in's code, and throws
+/// a Failure only for a cancellation; `check` turns a code into a Failure.
+class Session {
+ public:
+  /// Logs in, or throws a Failure that tells a refused login from a server that was not reached.
+  Session(const Module& module, Operations& operations, const RemoteUrl& url, const ConnectOptions& options);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  [[nodiscard]] Outcome list(const std::string& id, Listing& listing);
+  /// Size and time of a file. `entry` is changed only on success; its name and id become those of `id`.
+  [[nodiscard]] Outcome file_info(const std::string& id, Entry& entry);
+  /// One range. `received` becomes the number of bytes that `writer` took, also after a failure.
+  [[nodiscard]] Outcome read(const std::string& id, std::int64_t offset, std::int64_t length,
+                             BlockWriter writer, std::int64_t& received);
+
+  /// Stores `size` bytes from `reader` as `name` in `directory`; `stored` is what the server then says of it.
+  [[nodiscard]] Outcome upload(const std::string& directory, const std::string& name, std::int64_t size,
+                               BlockReader reader, Entry& stored);
+  /// `made` becomes the new directory, also where the server refuses because it is there.
+  [[nodiscard]] Outcome make_directory(const std::string& directory, const std::string& name, Entry& made);
+  [[nodiscard]] Outcome remove_file(const std::string& id);
+  [[nodiscard]] Outcome remove_directory(const std::string& id);
+  /// `id` becomes `name` in `directory`.
+  [[nodiscard]] Outcome move(const std::string& id, const std::string& directory, const std::string& name,
+                             bool is_directory);
+  [[nodiscard]] Outcome set_time(const std::string& id, std::time_t time);
+
+  /// Whether the server takes modification times.
+  [[nodiscard]] bool sets_times() const;
+  [[nodiscard]] const RemoteUrl& url() const noexcept { return url_; }
+  /// For messages: the URL of `id`.
+  [[nodiscard]] std::string url_of(const std::string& id) const { return url_.root() + id; }
+  [[nodiscard]] Operations& operations() const noexcept { return operations_; }
+  [[nodiscard]] const Module& module() const noexcept { return module_; }
+
+  /// A Failure for an operation that answered `outcome`: "`what`: FAILED (1): what the server said".
+  [[nodiscard]] Failure failure(const std::string& what, const Outcome& outcome,
+                                ExitCode code = ExitCode::other) const;
+
+ private:
+  void connect(const ConnectOptions& options);
+
+  const Module& module_;
+  Operations& operations_;
+  RemoteUrl url_;
+  IProtocol_V2* protocol_ = nullptr;
+};
+
+}  // namespace ftp_host

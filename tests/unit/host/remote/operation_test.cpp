@@ -1,0 +1,125 @@
+#include "host/remote/operation.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <future>
+#include <thread>
+
+namespace ftp_host {
+namespace {
+
+using std::chrono::seconds;
+
+TEST(Operation, AnswersTheCodeAndTheLogOfItsCall) {
+  Cancellation cancellation;
+  Console console{0, true};
+  Operations operations{cancellation, console, seconds{0}};
+  LifeSign life;
+  const Outcome outcome = operations.run("x", life, [] {
+    note_log_line(current_operation_log(), "[NETWORK   ] [HEADER   >>] 550 No\r\n");
+    return FILE_READ_FAILED;
+  });
+  EXPECT_EQ(outcome.code, FILE_READ_FAILED);
+  EXPECT_EQ(outcome.log.explanation(), "550 No");
+}
+
+TEST(Operation, IsStoppedThroughTheHandle) {
+  Cancellation cancellation;
+  Console console{0, true};
+  Operations operations{cancellation, console, seconds{0}};
+  const auto handle = cancellation.new_handle();
+  LifeSign life;
+  std::promise<void> running;
+  std::thread stopper{[&] {
+    running.get_future().wait();
+    cancellation.request();
+  }};
+  try {
+    (void)operations.run("x", life, [&] {
+      running.set_value();
+      while (std::atomic_ref{handle->state}.load() < FS_HANDLE_STOP) std::this_thread::yield();
+      return READ_CANCELED;
+    });
+    ADD_FAILURE();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.code(), ExitCode::cancelled);
+  }
+  stopper.join();
+}
+
+TEST(Operation, DoesNotBeginAfterAStop) {
+  Cancellation cancellation;
+  Console console{0, true};
+  Operations operations{cancellation, console, seconds{0}};
+  cancellation.request();
+  LifeSign life;
+  bool ran = false;
+  EXPECT_THROW(operations.run("x", life,
+                              [&] {
+                                ran = true;
+                                return SUCCESS;
+                              }),
+               Failure);
+  EXPECT_FALSE(ran);
+  EXPECT_GE(cancellation.new_handle()->state, FS_HANDLE_STOP);
+}
+
+[[noreturn]] void hang() {
+  Cancellation cancellation;
+  Console console{0, true};
+  Operations operations{cancellation, console, seconds{1}};
+  LifeSign life;
+  std::promise<AERROR> never;
+  (void)operations.run("listing", life, [&] { return never.get_future().get(); });
+  _exit(0);
+}
+
+[[noreturn]] void work_slowly() {
+  Cancellation cancellation;
+  Console console{0, true};
+  Operations operations{cancellation, console, seconds{1}};
+  LifeSign life;
+  const Outcome outcome = operations.run("slow", life, [&] {
+    for (int i = 0; i < 15; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds{100});
+      life.beat();
+    }
+    return SUCCESS;
+  });
+  _exit(outcome.code == SUCCESS ? 0 : 1);
+}
+
+[[noreturn]] void interrupt_twice() {
+  Cancellation cancellation;
+  Console console{0, true};
+  Operations operations{cancellation, console, seconds{0}};
+  LifeSign life;
+  std::promise<AERROR> never;
+  (void)operations.run("listing", life, [&] {
+    kill(getpid(), SIGINT);
+    while (!cancellation.requested()) std::this_thread::yield();
+    kill(getpid(), SIGINT);
+    return never.get_future().get();
+  });
+  _exit(0);
+}
+
+TEST(OperationDeathTest, EndsTheProcessWhenACallHangs) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(hang(), testing::ExitedWithCode(124), "listing: nothing happened for 1 s");
+}
+
+TEST(OperationDeathTest, GrantsMoreTimeForEverySignOfLife) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(work_slowly(), testing::ExitedWithCode(0), "");
+}
+
+TEST(OperationDeathTest, ASecondInterruptEndsTheProcessAtOnce) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(interrupt_twice(), testing::ExitedWithCode(130), "^$");
+}
+
+}  // namespace
+}  // namespace ftp_host
