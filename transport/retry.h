@@ -3,12 +3,12 @@
 
 #include <curl/curl.h>
 
+#include "transport/limits.h"
+
 namespace ftp_plugin {
 
-inline constexpr int kMaxRuns = 21;  ///< runs of one request, the first included
-
 /// Whether the request that ended with `code` is to be repeated. For CURLE_FTP_WEIRD_PASV_REPLY (13) pauses
-/// 100 ms and answers true; for every other code answers false at once.
+/// kRetryPause and returns true; for every other code returns false at once.
 bool process_error(CURLcode code);
 
 /// Repeats `run` (a callable that gives a CURLcode) while the server's PASV reply is malformed, at most

@@ -1,12 +1,12 @@
 #include "transport/pool/connection.h"
 
-#include <climits>
 #include <new>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
 
 #include "transport/command_list.h"
+#include "transport/limits.h"
 #include "transport/login_options.h"
 #include "transport/request/curl_callbacks.h"
 #include "transport/retry.h"
@@ -14,13 +14,6 @@
 
 namespace ftp_plugin {
 namespace {
-
-constexpr long kConnectTimeoutSeconds = 10;
-constexpr long kGoodbyeTimeoutSeconds = 10;
-constexpr long kNoTimeout = 0;
-// libcurl's SSH code polls without a pause through every close and quote command when no time-out is set. The
-// largest one that libcurl takes means "no limit" as well.
-constexpr long kLongestTimeoutSeconds = INT_MAX / 1000;
 
 AERROR login_result(CURLcode code) {
   switch (code) {
@@ -115,10 +108,10 @@ CURLcode connection::exec(long connect_timeout, bool) {
   // SftpAfterAPause.FindsTheServerAgainThatGaveUpWaiting.
   if (is_sftp() ? driver_->control_has_ended() : driver_->control_has_input()) forget_control();
   if (setting_is(settings_, key::active, "true")) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
-  curl_easy_setopt(curl, CURLOPT_TIMEOUT, is_sftp() ? kLongestTimeoutSeconds : kNoTimeout);
+  curl_easy_setopt(curl, CURLOPT_TIMEOUT, is_sftp() ? kNoTimeoutOnSftp : kNoTimeout);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connect_timeout);
-  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
-  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, 20L);
+  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, kLowSpeedBytes);
+  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, kLowSpeedSeconds);
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
   const CURLcode code = driver_->perform(curl);

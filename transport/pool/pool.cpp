@@ -2,12 +2,9 @@
 
 #include <utility>
 
+#include "transport/limits.h"
+
 namespace ftp_plugin {
-namespace {
-
-constexpr std::size_t kIdleLimit = 6;
-
-}  // namespace
 
 pool::pool(settings_map settings) : settings_{std::move(settings)} {}
 

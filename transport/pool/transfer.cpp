@@ -1,14 +1,10 @@
 #include "transport/pool/transfer.h"
 
+#include "transport/limits.h"
 #include "transport/request/curl_callbacks.h"
 #include "transport/retry.h"
 
 namespace ftp_plugin {
-namespace {
-
-constexpr long kConnectTimeoutSeconds = 10;
-
-}  // namespace
 
 CURLcode transfer::attempt() {
   return refused_ != CURLE_OK ? refused_ : con_.exec(kConnectTimeoutSeconds, true);

@@ -2,13 +2,13 @@
 
 #include "boundary/log.h"
 #include "transport/curl_global.h"
+#include "transport/limits.h"
 #include "transport/request/curl_callbacks.h"
 #include "transport/sigpipe_guard.h"
 
 namespace ftp_plugin {
 namespace {
 
-constexpr long kLowSpeedSeconds = 20;
 constexpr long kMaxRedirects = 32;
 
 struct curl_text_free {
@@ -32,7 +32,7 @@ CURLImpl::CURLImpl() : handle_{new_handle(), free_handle} {
   CURL* curl = GetCURL();
   curl_easy_setopt(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connectTimeout);
-  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, kLowSpeedBytes);
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, kLowSpeedSeconds);
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);

@@ -17,6 +17,7 @@
 #include "boundary/abi/transfer_handle.h"
 #include "common/pinned.h"
 #include "transport/command_list.h"
+#include "transport/limits.h"
 #include "transport/request/curl_response.h"
 #include "transport/request/progress.h"
 
@@ -136,7 +137,7 @@ class CURLImpl : pinned {
   text_map headers_;
   std::string url_;
   std::string request_;
-  long connectTimeout = 10;
+  long connectTimeout = kConnectTimeoutSeconds;
 };
 
 }  // namespace ftp_plugin

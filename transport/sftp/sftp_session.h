@@ -10,6 +10,7 @@
 
 #include "common/pinned.h"
 #include "transport/byte_sink.h"
+#include "transport/limits.h"
 #include "transport/settings.h"
 #include "transport/sftp/bare_socket.h"
 #include "transport/sftp/sftp_attributes.h"
@@ -18,8 +19,10 @@
 namespace ftp_plugin {
 
 struct sftp_limits {
-  std::chrono::milliseconds login{10'000};    ///< connect, handshake, login and start of SFTP together
-  std::chrono::milliseconds silence{20'000};  ///< afterwards: nothing came and nothing could be sent
+  std::chrono::milliseconds login{kConnectTimeoutSeconds *
+                                  1000};  ///< connect, handshake, login and start of SFTP together
+  std::chrono::milliseconds silence{kLowSpeedSeconds *
+                                    1000};  ///< afterwards: nothing came and nothing could be sent
 };
 
 /// One thread at a time. Results are libcurl codes, those that libcurl's own SFTP transfers give.
