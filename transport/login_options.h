@@ -5,30 +5,17 @@
 
 #include <curl/curl.h>
 
-#include "transport/settings.h"
+#include "transport/server_settings.h"
 
 namespace ftp_plugin {
 
-/// Sets everything that the login needs, except the highest TLS version. May insert "proxy_pwd" (see
-/// setting()).
-void set_login_options(CURL* curl, settings_map& settings);
+/// Sets everything that the login needs, except the highest TLS version.
+void set_login_options(CURL* curl, const server_settings& server);
 
-/// Sets the proxy that the settings name; no proxy at all, whatever the environment says, when "proxy_type"
-/// is missing or "None".
-void set_proxy_options(CURL* curl, const settings_map& settings);
+/// Sets the proxy; without one there is none at all, whatever the environment says.
+void set_proxy_options(CURL* curl, const proxy_settings& proxy);
 
-/// Sets the user and the password, key file or pass phrase. May insert "proxy_pwd".
-void set_credentials(CURL* curl, settings_map& settings);
-
-/// Whether the URL begins with "ftp://", "ftps://" or "sftp://". libcurl takes other letters and guesses a
-/// scheme where there is none, but then the settings tell of no kind of server, or of an earlier one.
-[[nodiscard]] bool names_scheme(const settings_map& settings);
-
-/// Whether user and password can go out in commands. libcurl sends them as they are: behind a line break the
-/// server would read a command of its own.
-[[nodiscard]] bool fit_into_commands(const settings_map& settings);
-
-/// Whether TLS will be spoken or asked for: "ssl" is "true", or the URL begins with "ftps://".
-[[nodiscard]] bool wants_tls(const settings_map& settings);
+/// Sets the user and the password, or the key file and its pass phrase.
+void set_credentials(CURL* curl, const credentials& login);
 
 }  // namespace ftp_plugin

@@ -1,5 +1,5 @@
-// The settings of one configured server: text keys to text values, copied by value into the pool and into
-// every connection. Booleans are the texts "true" and "false".
+// The settings of one configured server as the host fills them in: text keys to text values. Booleans are the
+// texts "true" and "false". What the transport makes of them is in server_settings.h.
 #pragma once
 
 #include <string>
@@ -30,22 +30,25 @@ inline constexpr const char* proxy_password = "proxy_password";  ///< what the l
 inline constexpr const char* use_local_timestamp = "use_local_timestamp";
 }  // namespace key
 
-/// Value under `name`; a missing key is stored as empty text.
-// Kept on purpose: reading inserts. The proxy set-up asks whether "proxy_pwd" is present, so a look-up that
-// inserts nothing would change what is sent. Pinned by
-// LoginOptions.KeyFileWithoutPassPhraseMakesTheProxySendAColon.
-[[nodiscard]] inline std::string& setting(settings_map& settings, const char* name) { return settings[name]; }
-
-/// Value under `name`, or null when the key was never written. Inserts nothing: safe for several readers.
+/// Value under `name`, or null when the key was never written.
 [[nodiscard]] inline const std::string* find_setting(const settings_map& settings, const char* name) {
   const auto found = settings.find(name);
   return found == settings.end() ? nullptr : &found->second;
 }
 
-/// Whether the value under `name` is exactly `value`; a missing key reads as empty text. Inserts nothing.
+/// Whether the value under `name` is exactly `value`; a missing key reads as empty text.
 [[nodiscard]] inline bool setting_is(const settings_map& settings, const char* name, const char* value) {
   const std::string* found = find_setting(settings, name);
   return found == nullptr ? *value == '\0' : *found == value;
+}
+
+/// How a boolean is written, and whether the one under `name` says so; a missing key says neither.
+[[nodiscard]] constexpr const char* boolean_text(bool value) noexcept { return value ? "true" : "false"; }
+[[nodiscard]] inline bool is_true(const settings_map& settings, const char* name) {
+  return setting_is(settings, name, boolean_text(true));
+}
+[[nodiscard]] inline bool is_false(const settings_map& settings, const char* name) {
+  return setting_is(settings, name, boolean_text(false));
 }
 
 }  // namespace ftp_plugin

@@ -38,11 +38,11 @@ using fakes::Sshd;
 using testing::AnyOf;
 using testing::HasSubstr;
 
-settings_map login_settings(const Sshd& server) {
-  return {{key::type, "sftp"},
-          {key::url, server.url()},
-          {key::user, server.user()},
-          {key::pwd, server.password()}};
+server_settings login_settings(const Sshd& server) {
+  return read_settings({{key::type, "sftp"},
+                        {key::url, server.url()},
+                        {key::user, server.user()},
+                        {key::pwd, server.password()}});
 }
 
 settings_map key_settings(const Sshd& server, const std::string& kind) {
@@ -52,8 +52,8 @@ settings_map key_settings(const Sshd& server, const std::string& kind) {
           {key::key_file, server.key_file(kind)}};
 }
 
-settings_map through(settings_map settings, const Relay& relay) {
-  settings[key::url] = "sftp://127.0.0.1:" + std::to_string(relay.port());
+server_settings through(server_settings settings, const Relay& relay) {
+  settings.url = "sftp://127.0.0.1:" + std::to_string(relay.port());
   return settings;
 }
 
@@ -117,7 +117,7 @@ class SftpChannel : public testing::Test {
 TEST_F(SftpChannel, TellsTheSevenFieldsOfAFile) {
   write_file(home() / "f", "hello", 1577836805);
   server().hand_over();
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   sftp_attributes got{};
   ASSERT_EQ(channel.stat((home() / "f").string(), got), CURLE_OK);
@@ -133,7 +133,7 @@ TEST_F(SftpChannel, TellsTheSevenFieldsOfAFile) {
 }
 
 TEST_F(SftpChannel, HandsTheRecordToAWriteCallback) {
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   sftp_attributes want{};
   sftp_attributes got{};
@@ -145,7 +145,7 @@ TEST_F(SftpChannel, HandsTheRecordToAWriteCallback) {
 }
 
 TEST_F(SftpChannel, LogsInAgainAfterItWasClosed) {
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   const std::size_t before = server().logins();
   sftp_channel channel{settings};
   sftp_attributes got{};
@@ -159,7 +159,7 @@ TEST_F(SftpChannel, LogsInAgainAfterItWasClosed) {
 TEST_F(SftpChannel, TellsWhatALinkLeadsTo) {
   fs::create_directory(home() / "d");
   fs::create_directory_symlink("d", home() / "l");
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   sftp_attributes got{};
   ASSERT_EQ(channel.stat((home() / "l").string(), got), CURLE_OK);
@@ -169,7 +169,7 @@ TEST_F(SftpChannel, TellsWhatALinkLeadsTo) {
 TEST_F(SftpChannel, TellsThatADanglingLinkOrALoopLeadsNowhere) {
   fs::create_symlink("nothing", home() / "dangling");
   fs::create_symlink("loop", home() / "loop");
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   sftp_attributes got{};
   EXPECT_EQ(channel.stat((home() / "dangling").string(), got), CURLE_REMOTE_FILE_NOT_FOUND);
@@ -181,7 +181,7 @@ TEST_F(SftpChannel, GivesTheCodesOfLibcurlForRefusals) {
   write_file(home() / "f", "x", 1);
   server().hand_over();
   fs::permissions(home() / "closed", fs::perms::none);
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   sftp_attributes got{1, 2, 3, 4, 5, 6, 7};
   byte_vector body;
@@ -196,7 +196,7 @@ TEST_F(SftpChannel, GivesTheCodesOfLibcurlForRefusals) {
 }
 
 TEST_F(SftpChannel, KeepsItsLoginThroughRefusals) {
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   const std::size_t before = server().logins();
   sftp_channel channel{settings};
   sftp_attributes got{};
@@ -208,16 +208,16 @@ TEST_F(SftpChannel, KeepsItsLoginThroughRefusals) {
 }
 
 TEST_F(SftpChannel, SaysNothingBeforeTheFirstRequest) {
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   const Relay relay{server().host(), server().port()};
-  const settings_map over_relay = through(settings, relay);
+  const server_settings over_relay = through(settings, relay);
   { const sftp_channel channel{over_relay}; }
   EXPECT_EQ(relay.connections(), 0U);
 }
 
 TEST_F(SftpChannel, TakesAPathWithoutASlashFromTheHomeDirectory) {
   write_file(home() / "f", "abc", 1);
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   sftp_attributes got{};
   EXPECT_EQ(channel.stat("f", got), CURLE_OK);
@@ -286,7 +286,7 @@ TEST_F(SftpChannel, DeliversEveryNameAndTimeAsOnTheDisk) {
   want["first second"] = 0;
   server().hand_over();
 
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   auto records = listed(channel, home().string());
   EXPECT_EQ(records.count("."), 1U);
@@ -321,7 +321,7 @@ TEST_F(SftpChannel, DeliversLinksWithTheirOwnTimeAndTheKindOfTheirTarget) {
     }
   }
   server().hand_over();
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   auto records = listed(channel, home().string());
   std::size_t links = 0;
@@ -353,7 +353,7 @@ TEST_F(SftpChannel, DeliversLinksWithTheirOwnTimeAndTheKindOfTheirTarget) {
 TEST_F(SftpChannel, LeavesOutNamesThatHoldALineFeed) {
   write_file(home() / "a\n-rw-r--r-- 1 0 0 5 Jan  1 2020 forged", "x", 1);
   write_file(home() / "b", "x", 1);
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   const auto records = listed(channel, home().string());
   EXPECT_EQ(records.size(), 3U) << "the two dots and b";
@@ -364,7 +364,7 @@ TEST_F(SftpChannel, ListsEveryKindOfEntry) {
   fs::create_directory(home() / "d");
   ASSERT_EQ(mkfifo((home() / "p").c_str(), 0600), 0);
   write_file(home() / "e", "", 1);
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   auto records = listed(channel, home().string());
   EXPECT_EQ(records["d"].attr, 2);
@@ -375,7 +375,7 @@ TEST_F(SftpChannel, ListsEveryKindOfEntry) {
 }
 
 TEST_F(SftpChannel, ListsTheMachinesOwnDirectories) {
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   const auto names_in = [](const std::string& path) {
     std::set<std::string> names{".", ".."};
@@ -395,14 +395,14 @@ TEST_F(SftpChannel, ListsTheMachinesOwnDirectories) {
 TEST_F(SftpChannel, ListsALargeDirectoryWhole) {
   fs::create_directory(home() / "large");
   for (int n = 0; n < 5000; ++n) std::ofstream{home() / "large" / ("file number " + std::to_string(n))};
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   EXPECT_EQ(listed(channel, (home() / "large").string()).size(), 5002U);
 }
 
 TEST_F(SftpChannel, ClosesEveryDirectoryItReads) {
   fs::create_directory(home() / "d");
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   const std::size_t before = server().logins();
   sftp_channel channel{settings};
   byte_vector body;
@@ -412,7 +412,7 @@ TEST_F(SftpChannel, ClosesEveryDirectoryItReads) {
 
 TEST_F(SftpChannel, PutsTheListingInThePlaceOfAnEarlierOne) {
   fs::create_directory(home() / "d");
-  const settings_map settings = login_settings(server());
+  const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   byte_vector once;
   byte_vector twice;
@@ -425,15 +425,15 @@ TEST_F(SftpChannel, PutsTheListingInThePlaceOfAnEarlierOne) {
 // Logging in.
 
 TEST_F(SftpChannel, IsRefusedWithAWrongPassword) {
-  settings_map settings = login_settings(server());
-  settings[key::pwd] = "wrong";
+  server_settings settings = login_settings(server());
+  settings.login.password = "wrong";
   sftp_channel channel{settings};
   sftp_attributes got{};
   EXPECT_EQ(channel.stat("/", got), CURLE_LOGIN_DENIED);
 }
 
 TEST_F(SftpChannel, IsRefusedWithoutAUser) {
-  const settings_map settings = {{key::type, "sftp"}, {key::url, server().url()}};
+  const server_settings settings = read_settings({{key::type, "sftp"}, {key::url, server().url()}});
   sftp_channel channel{settings};
   sftp_attributes got{};
   EXPECT_EQ(channel.stat("/", got), CURLE_LOGIN_DENIED);
@@ -442,7 +442,7 @@ TEST_F(SftpChannel, IsRefusedWithoutAUser) {
 TEST_F(SftpChannel, LogsInWithTheCredentialsOfTheUrl) {
   std::string url = server().url();
   url.insert(url.find("//") + 2, "tester:p%40ss%20word@");
-  const settings_map settings = {{key::type, "sftp"}, {key::url, url}};
+  const server_settings settings = read_settings({{key::type, "sftp"}, {key::url, url}});
   sftp_channel channel{settings};
   sftp_attributes got{};
   EXPECT_EQ(channel.stat("/", got), CURLE_OK);
@@ -450,27 +450,27 @@ TEST_F(SftpChannel, LogsInWithTheCredentialsOfTheUrl) {
 
 TEST(SftpChannelLogin, AnswersPromptsWithThePassword) {
   const Sshd server{{.password = false, .keyboard_interactive = true}};
-  settings_map settings = login_settings(server);
+  server_settings settings = login_settings(server);
   sftp_attributes got{};
   EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_OK);
   EXPECT_THAT(server.log(), HasSubstr("Accepted keyboard-interactive"));
-  settings[key::pwd] += "\0what libcurl does not read"s;
+  settings.login.password += "\0what libcurl does not read"s;
   EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_OK);
-  settings[key::pwd] = "wrong";
+  settings.login.password = "wrong";
   EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_LOGIN_DENIED);
 }
 
 TEST(SftpChannelLogin, WorksOverIpv6) {
   const Sshd server{{.ipv6 = true}};
-  const settings_map settings = login_settings(server);
+  const server_settings settings = login_settings(server);
   sftp_attributes got{};
   EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_OK);
 }
 
 TEST(SftpChannelLogin, TriesTheUsersOwnKeyWhenThePasswordIsRefused) {
   const Sshd server;
-  settings_map settings = login_settings(server);
-  settings[key::pwd] = "wrong";
+  server_settings settings = login_settings(server);
+  settings.login.password = "wrong";
   sftp_attributes got{};
   const fs::path own = server.home() / ".ssh";
   fs::create_directory(own);
@@ -509,9 +509,10 @@ class SftpKey : public testing::TestWithParam<KeyCase> {};
 
 TEST_P(SftpKey, LogsInAsTheRulesSay) {
   static const Sshd server;
-  settings_map settings = key_settings(server, GetParam().kind);
-  if (*GetParam().pwd != '\0') settings[key::pwd] = GetParam().pwd;
-  if (*GetParam().proxy_pwd != '\0') settings[key::proxy_pwd] = GetParam().proxy_pwd;
+  settings_map texts = key_settings(server, GetParam().kind);
+  if (*GetParam().pwd != '\0') texts[key::pwd] = GetParam().pwd;
+  if (*GetParam().proxy_pwd != '\0') texts[key::proxy_pwd] = GetParam().proxy_pwd;
+  const server_settings settings = read_settings(texts);
   sftp_channel channel{settings};
   sftp_attributes got{};
   EXPECT_EQ(channel.stat("/", got), GetParam().want) << server.log();
@@ -526,18 +527,19 @@ TEST(SftpChannelFailure, NamesAnUnreachableServerAsLibcurlDoes) {
   std::uint16_t free_port = 0;
   { free_port = fakes::local_port(fakes::listen_on_loopback(AF_INET)); }
   sftp_attributes got{};
-  const settings_map refused = {{key::url, "sftp://127.0.0.1:" + std::to_string(free_port)}};
+  const server_settings refused =
+      read_settings({{key::url, "sftp://127.0.0.1:" + std::to_string(free_port)}});
   EXPECT_EQ(sftp_channel{refused}.stat("/", got), CURLE_COULDNT_CONNECT);
-  const settings_map malformed = {{key::url, "sftp://[/"}};
+  const server_settings malformed = read_settings({{key::url, "sftp://[/"}});
   EXPECT_EQ(sftp_channel{malformed}.stat("/", got), CURLE_URL_MALFORMAT);
-  const settings_map nothing;
+  const server_settings nothing;
   EXPECT_EQ(sftp_channel{nothing}.stat("/", got), CURLE_URL_MALFORMAT);
 }
 
 TEST(SftpChannelFailure, ComesInTimeWhenTheServerNeverSpeaks) {
   const fakes::Socket listener = fakes::listen_on_loopback(AF_INET);
-  const settings_map settings = {
-      {key::url, "sftp://127.0.0.1:" + std::to_string(fakes::local_port(listener))}};
+  const server_settings settings =
+      read_settings({{key::url, "sftp://127.0.0.1:" + std::to_string(fakes::local_port(listener))}});
   sftp_attributes got{};
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ((sftp_channel{settings, {.login = 300ms, .silence = 20s}}.stat("/", got)),
@@ -550,10 +552,11 @@ TEST(SftpChannelFailure, ComesInTimeWhenTheServerNeverSpeaks) {
 TEST(SftpChannelFailure, ComesInTimeWhenAProxyNeverSpeaks) {
   const fakes::Socket listener = fakes::listen_on_loopback(AF_INET);
   for (const char* type : {"SOCKS4", "SOCKS5", "HTTP with TUNNEL", "HTTP without TUNNEL"}) {
-    const settings_map settings = {{key::url, "sftp://127.0.0.1"},
-                                   {key::proxy_type, type},
-                                   {key::proxy_host, "127.0.0.1"},
-                                   {key::proxy_port, std::to_string(fakes::local_port(listener))}};
+    const server_settings settings =
+        read_settings({{key::url, "sftp://127.0.0.1"},
+                       {key::proxy_type, type},
+                       {key::proxy_host, "127.0.0.1"},
+                       {key::proxy_port, std::to_string(fakes::local_port(listener))}});
     sftp_attributes got{};
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ((sftp_channel{settings, {.login = 300ms, .silence = 20s}}.stat("/", got)),
@@ -572,7 +575,7 @@ TEST(SftpChannelFailure, LimitsTheLoginTo10SecondsAndEverySilenceTo20) {
 
 TEST(SftpChannelFailure, ComesInTimeWhenTheServerFallsSilent) {
   const Sshd server;
-  const settings_map settings = login_settings(server);
+  const server_settings settings = login_settings(server);
   sftp_channel channel{settings, {.login = 10s, .silence = 300ms}};
   sftp_attributes got{};
   ASSERT_EQ(channel.stat("/", got), CURLE_OK);
@@ -594,7 +597,7 @@ TEST(SftpChannelFailure, IsNotNoticedWhenTheServerHungUpMeanwhile) {
   sigaction(SIGPIPE, nullptr, &action);
   ASSERT_EQ(action.sa_handler, SIG_DFL) << "a write to the dead socket would end this process";
   const Sshd server;
-  const settings_map settings = login_settings(server);
+  const server_settings settings = login_settings(server);
   sftp_channel channel{settings};
   sftp_attributes got{};
   byte_vector body;
@@ -612,7 +615,7 @@ TEST(SftpChannelFailure, IsNotNoticedWhenTheServerHungUpMeanwhile) {
 
 TEST(SftpChannelFailure, StandsWhenTheServerIsGoneForGood) {
   Sshd server;
-  const settings_map settings = login_settings(server);
+  const server_settings settings = login_settings(server);
   sftp_channel channel{settings};
   sftp_attributes got{};
   ASSERT_EQ(channel.stat("/", got), CURLE_OK);
@@ -632,8 +635,8 @@ TEST(SftpChannelFailure, IsAnInitialisationThatFailedWhenTheServerSpeaksNoSsh) {
       const fakes::Socket caller{accept(listener.get(), nullptr, nullptr)};
       (void)!write(caller.get(), greeting.data(), greeting.size());
     }};
-    const settings_map settings = {
-        {key::url, "sftp://127.0.0.1:" + std::to_string(fakes::local_port(listener))}};
+    const server_settings settings =
+        read_settings({{key::url, "sftp://127.0.0.1:" + std::to_string(fakes::local_port(listener))}});
     sftp_attributes got{};
     EXPECT_EQ(sftp_channel{settings}.stat("/", got), CURLE_FAILED_INIT) << greeting;
     server.join();
@@ -650,7 +653,7 @@ TEST(SftpChannelFailure, ComesInTimeWhereverTheServerFallsSilent) {
   byte_vector want;
   {
     const Relay relay{server.host(), server.port()};
-    const settings_map settings = through(login_settings(server), relay);
+    const server_settings settings = through(login_settings(server), relay);
     sftp_channel channel{settings};
     sftp_attributes got{};
     ASSERT_EQ(channel.stat("", got), CURLE_OK);
@@ -669,7 +672,7 @@ TEST(SftpChannelFailure, ComesInTimeWhereverTheServerFallsSilent) {
   for (std::size_t n = 0; n <= 7; ++n) silences.push_back({logged_in + (whole - logged_in) * n / 8});
   const auto run = [&](Silence& each, const sftp_limits& limits) {
     const Relay relay{server.host(), server.port(), {.stall_after = each.after}};
-    const settings_map settings = through(login_settings(server), relay);
+    const server_settings settings = through(login_settings(server), relay);
     sftp_channel channel{settings, limits};
     sftp_attributes got{};
     byte_vector body;
@@ -707,7 +710,7 @@ TEST(SftpChannelFailure, ComesWhereverTheLineBreaks) {
   byte_vector want;
   {
     const Relay relay{server.host(), server.port()};
-    const settings_map settings = through(login_settings(server), relay);
+    const server_settings settings = through(login_settings(server), relay);
     sftp_channel channel{settings};
     ASSERT_EQ(channel.list("", want), CURLE_OK);
     whole = relay.from_server();
@@ -716,7 +719,7 @@ TEST(SftpChannelFailure, ComesWhereverTheLineBreaks) {
   std::map<CURLcode, int> seen;
   for (std::size_t cut = 1; cut < whole - 200; cut += whole / 37) {
     const Relay relay{server.host(), server.port(), {.delay = 0us, .cut_after = cut}};
-    const settings_map settings = through(login_settings(server), relay);
+    const server_settings settings = through(login_settings(server), relay);
     byte_vector body;
     const CURLcode code = sftp_channel{settings, {.login = 10s, .silence = 5s}}.list("", body);
     EXPECT_THAT(code, AnyOf(CURLE_FAILED_INIT, CURLE_RECV_ERROR, CURLE_SEND_ERROR)) << "cut after " << cut;
@@ -763,7 +766,7 @@ class OddSftp : public testing::TestWithParam<OddCase> {};
 
 TEST_P(OddSftp, FailsInTimeAndIsLeft) {
   const auto& [manner, listing, stat] = GetParam();
-  const settings_map settings = login_settings(odd_server());
+  const server_settings settings = login_settings(odd_server());
   const std::string path = std::string{"/"} + manner;
   sftp_channel channel{settings, {.login = 10s, .silence = 1s}};
   sftp_attributes got{};
@@ -783,7 +786,7 @@ INSTANTIATE_TEST_SUITE_P(, OddSftp, testing::ValuesIn(kOddCases), [](const auto&
 });
 
 TEST(OddSftpListing, IsWholeWhateverTheLongNamesAre) {
-  const settings_map settings = login_settings(odd_server());
+  const server_settings settings = login_settings(odd_server());
   sftp_channel channel{settings};
   for (const std::string path :
        {"/long names that are missing", "/long names of another form", "/long names of other files"}) {
@@ -803,7 +806,7 @@ TEST(OddSftpListing, IsWholeWhateverTheLongNamesAre) {
 }
 
 TEST(OddSftpStat, WithoutAnyFieldIsARecordOfZeros) {
-  const settings_map settings = login_settings(odd_server());
+  const server_settings settings = login_settings(odd_server());
   sftp_channel channel{settings};
   sftp_attributes got{1, 2, 3, 4, 5, 6, 7};
   ASSERT_EQ(channel.stat("/attributes without a field", got), CURLE_OK);

@@ -20,7 +20,7 @@ using leaks::Failure;
 
 /// Lets each allocation of `request` fail once, the first, the second and so on. `request` looks at what it
 /// reports as done; behind each failure the same channel does the same again.
-void let_each_fail(const settings_map& settings, bool logged_in,
+void let_each_fail(const server_settings& settings, bool logged_in,
                    const std::function<CURLcode(sftp_channel&)>& request) {
   std::size_t failures = 0;
   for (std::size_t n = 1;; ++n) {
@@ -50,10 +50,10 @@ TEST(SftpChannelMemory, MayRunOutAtAnyTime) {
   fs::create_directory(server.home() / "a directory whose name has to be stored somewhere");
   fs::create_directory_symlink("a directory whose name has to be stored somewhere",
                                server.home() / "a -> link");
-  const settings_map settings = {{key::type, "sftp"},
-                                 {key::url, server.url()},
-                                 {key::user, server.user()},
-                                 {key::pwd, server.password()}};
+  const server_settings settings = read_settings({{key::type, "sftp"},
+                                                  {key::url, server.url()},
+                                                  {key::user, server.user()},
+                                                  {key::pwd, server.password()}});
   const std::string path = server.home().string();
   for (const bool logged_in : {false, true}) {
     SCOPED_TRACE(logged_in);

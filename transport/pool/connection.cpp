@@ -59,32 +59,31 @@ bool has_lost_login_directory(CURL* curl, const std::string& base_url) {
 
 }  // namespace
 
-connection::connection(settings_map settings) : settings_{std::move(settings)} {}
+connection::connection(server_settings server) : server_{std::move(server)} {}
 
 connection::~connection() {
   quit();
   const sigpipe_guard guard;
   // libcurl would say a goodbye of its own to a server that keeps the connection open after ours.
-  if (driver_ != nullptr && !is_sftp()) driver_->shut_down_sockets();
+  if (driver_ != nullptr && !server_.is_sftp()) driver_->shut_down_sockets();
   curl_.reset();
   driver_.reset();
 }
 
 AERROR connection::connect() {
-  if (!names_scheme(settings_)) return FAILED;
-  if (!is_sftp() && !fit_into_commands(settings_)) return FAILED;
+  if (server_.scheme == url_scheme::kNone || !is_one_line(server_.login)) return FAILED;
   auto driver = std::make_unique<request_driver>();
   const auto request = std::make_shared<CURLLogger>();
   CURL* curl = request->GetCURL();
   if (curl == nullptr) return FAILED;
   driver->prepare(curl);
   try {
-    set_login_options(curl, settings_);
+    set_login_options(curl, server_);
   } catch (const std::length_error&) {
     return FAILED;
   }
   driver->watch_replies(curl);
-  const CURLcode code = log_in(*driver, curl, wants_tls(settings_));
+  const CURLcode code = log_in(*driver, curl, server_.wants_tls());
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
   if (code == CURLE_OK) {
     curl_ = request;  // frees an earlier handle before its driver
@@ -95,8 +94,6 @@ AERROR connection::connect() {
 
 CURL* connection::GETCURL() const noexcept { return curl_ == nullptr ? nullptr : curl_->GetCURL(); }
 
-std::string connection::get_url() { return setting(settings_, key::url); }
-
 CURLcode connection::exec(long connect_timeout, bool) {
   CURL* curl = GETCURL();
   if (curl == nullptr) return CURLE_FAILED_INIT;
@@ -106,28 +103,28 @@ CURLcode connection::exec(long connect_timeout, bool) {
   // An SSH server may well ask whether anybody is there; when it has hung up behind that, libcurl does not
   // notice either, and the request would fail. Pinned by
   // SftpAfterAPause.FindsTheServerAgainThatGaveUpWaiting.
-  if (is_sftp() ? driver_->control_has_ended() : driver_->control_has_input()) forget_control();
-  if (setting_is(settings_, key::active, "true")) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
-  curl_easy_setopt(curl, CURLOPT_TIMEOUT, is_sftp() ? kNoTimeoutOnSftp : kNoTimeout);
+  if (server_.is_sftp() ? driver_->control_has_ended() : driver_->control_has_input()) forget_control();
+  if (server_.active_mode) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
+  curl_easy_setopt(curl, CURLOPT_TIMEOUT, server_.is_sftp() ? kNoTimeoutOnSftp : kNoTimeout);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connect_timeout);
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, kLowSpeedBytes);
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, kLowSpeedSeconds);
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
   const CURLcode code = driver_->perform(curl);
-  if (!is_sftp() && has_lost_login_directory(curl, setting(settings_, key::url))) forget_control();
+  if (!server_.is_sftp() && has_lost_login_directory(curl, server_.url)) forget_control();
   return code;
 }
 
 void connection::quit() {
   CURL* curl = GETCURL();
-  if (curl == nullptr || is_sftp()) return;
+  if (curl == nullptr || server_.is_sftp()) return;
   command_list commands;
   try {
     curl_easy_setopt(curl, CURLOPT_QUOTE, nullptr);
     curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, nullptr);
     curl_easy_setopt(curl, CURLOPT_RANGE, nullptr);
-    curl_easy_setopt(curl, CURLOPT_URL, get_url().c_str());
+    curl_easy_setopt(curl, CURLOPT_URL, server_.url.c_str());
     if (!driver_->control_is_open(curl)) return;  // no new login only to say goodbye
     add(commands, "QUIT");
   } catch (const std::bad_alloc&) {
@@ -159,7 +156,7 @@ void connection::close() {
 void connection::leave_moved_folder(std::uint64_t moves) {
   if (std::exchange(folder_moves_, moves) == moves) return;
   CURL* curl = GETCURL();
-  if (curl == nullptr || is_sftp() || !driver_->control_is_open(curl)) return;
+  if (curl == nullptr || server_.is_sftp() || !driver_->control_is_open(curl)) return;
   curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
   exec(kConnectTimeoutSeconds, true);  // a failure closes the control connection, which is as good
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);

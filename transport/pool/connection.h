@@ -14,6 +14,7 @@
 #include "transport/ftp/request_driver.h"
 #include "transport/request/curl_logger.h"
 #include "transport/request/progress.h"
+#include "transport/server_settings.h"
 #include "transport/settings.h"
 #include "transport/sftp/sftp_channel.h"
 
@@ -21,8 +22,9 @@ namespace ftp_plugin {
 
 class connection : pinned {
  public:
-  /// Copies the settings. No handle yet and no traffic.
-  explicit connection(settings_map settings);
+  /// No handle yet and no traffic.
+  explicit connection(server_settings server);
+  explicit connection(const settings_map& settings) : connection{read_settings(settings)} {}
   /// Says goodbye (see quit) and frees the handle.
   ~connection();
 
@@ -36,8 +38,8 @@ class connection : pinned {
   /// The request object around the handle; null while there has been no successful login.
   [[nodiscard]] CURLLogger* request() const noexcept { return curl_.get(); }
 
-  /// Base URL of the server, scheme included. A missing setting is stored as empty text.
-  [[nodiscard]] std::string get_url();
+  /// Base URL of the server, scheme included; empty when the settings have none.
+  [[nodiscard]] std::string get_url() const { return server_.url; }
 
   /// Runs the request that the caller configured on the handle; undoes nothing. `connect_timeout` in seconds.
   /// The second argument is ignored. CURLE_FAILED_INIT without a handle.
@@ -69,10 +71,8 @@ class connection : pinned {
   [[nodiscard]] progress_binding& upload_progress() noexcept { return upload_progress_; }
 
  private:
-  [[nodiscard]] bool is_sftp() const { return setting_is(settings_, key::type, "sftp"); }
-
-  settings_map settings_;
-  sftp_channel sftp_{settings_};
+  server_settings server_;
+  sftp_channel sftp_{server_};
   progress_binding upload_progress_{};
   std::uint64_t folder_moves_ = 0;
   std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver

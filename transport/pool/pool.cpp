@@ -6,8 +6,6 @@
 
 namespace ftp_plugin {
 
-pool::pool(settings_map settings) : settings_{std::move(settings)} {}
-
 std::shared_ptr<connection> pool::pop_con() {
   const std::lock_guard guard{lock_};
   std::shared_ptr<connection> con;
@@ -15,7 +13,7 @@ std::shared_ptr<connection> pool::pop_con() {
     con = std::move(idle_.front());
     idle_.pop_front();
   } else {
-    con = std::make_shared<connection>(settings_);
+    con = std::make_shared<connection>(server_);
     con->connect();  // a failed login is told by a missing handle
   }
   if (CURL* curl = con->GETCURL()) curl_easy_setopt(curl, CURLOPT_URL, con->get_url().c_str());
@@ -33,7 +31,7 @@ void pool::push_con(std::shared_ptr<connection> con) {
 
 std::int32_t pool::init() {
   while (static_cast<std::int32_t>(idle_.size()) < min_connections_) {
-    idle_.push_back(std::make_shared<connection>(settings_));
+    idle_.push_back(std::make_shared<connection>(server_));
   }
   return static_cast<std::int32_t>(idle_.size());
 }

@@ -11,6 +11,7 @@
 #include "boundary/abi/error_codes.h"
 #include "common/pinned.h"
 #include "transport/pool/connection.h"
+#include "transport/server_settings.h"
 #include "transport/settings.h"
 
 namespace ftp_plugin {
@@ -19,8 +20,8 @@ namespace ftp_plugin {
 /// borrower alone. Use lease (transport/pool/lease.h) to borrow.
 class pool : pinned {
  public:
-  /// Copies the settings; no traffic.
-  explicit pool(settings_map settings);
+  /// Reads the settings, once for all its connections; no traffic.
+  explicit pool(const settings_map& settings) : server_{read_settings(settings)} {}
   /// Releases the idle connections; each says goodbye when its last owner goes.
   ~pool() = default;
 
@@ -52,12 +53,12 @@ class pool : pinned {
   [[nodiscard]] bool mlst() const noexcept { return mlst_; }
 
  private:
-  // pool_login_test.cpp
+  // pool_probe.cpp
   /// Sends `command` on a body-less request. Returns false when no connection could be had; `accepted` tells
   /// what the server answered.
   bool probe(const char* command, bool& accepted);
 
-  settings_map settings_;
+  const server_settings server_;
   std::list<std::shared_ptr<connection>> idle_;
   std::int32_t min_connections_ = 1;
   bool utf8_ = false;

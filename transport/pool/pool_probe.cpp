@@ -17,15 +17,18 @@ bool pool::probe(const char* command, bool& accepted) {
 }
 
 AERROR pool::TestConnect() {
-  auto con = std::make_shared<connection>(settings_);
+  auto con = std::make_shared<connection>(server_);
   const AERROR result = con->connect();
   if (result != SUCCESS) return result;
   push_con(std::move(con));
-  if (!setting_is(settings_, key::type, "ftp")) return SUCCESS;
+  if (server_.kind != server_kind::kFtp) return SUCCESS;
 
-  if (!setting_is(settings_, key::charset, "local") && !probe("OPTS UTF8 ON", utf8_)) return FAILED;
-  if (setting_is(settings_, key::charset, "utf8")) utf8_ = true;  // even if the server refused the command
-  if (setting_is(settings_, key::charset, "local")) utf8_ = false;
+  if (server_.charset == charset_choice::kLocal) {
+    utf8_ = false;
+  } else {
+    if (!probe("OPTS UTF8 ON", utf8_)) return FAILED;
+    if (server_.charset == charset_choice::kUtf8) utf8_ = true;  // even if the server refused the command
+  }
   return probe("OPTS MLST type;unique;size;modify;", mlst_) ? SUCCESS : FAILED;
 }
 

@@ -25,10 +25,9 @@ bare_socket::~bare_socket() {
   curl_.reset();
 }
 
-CURLcode bare_socket::open(const settings_map& settings, std::chrono::milliseconds limit) {
+CURLcode bare_socket::open(const server_settings& server, std::chrono::milliseconds limit) {
   start_curl();
-  const std::string* server = find_setting(settings, key::url);
-  const std::string url = server == nullptr ? std::string{} : bare_connection_url(*server);
+  const std::string url = bare_connection_url(server.url);
   if (url.empty()) return CURLE_URL_MALFORMAT;
   curl_.reset(curl_easy_init());
   CURL* curl = curl_.get();
@@ -38,7 +37,7 @@ CURLcode bare_socket::open(const settings_map& settings, std::chrono::millisecon
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limit.count()));
   curl_easy_setopt(curl, CURLOPT_OPENSOCKETFUNCTION, &open_socket);
-  set_proxy_options(curl, settings);
+  set_proxy_options(curl, server.proxy);
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &CURLDebug);
   const sigpipe_guard guard;

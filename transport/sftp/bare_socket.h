@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "common/pinned.h"
-#include "transport/settings.h"
+#include "transport/server_settings.h"
 
 namespace ftp_plugin {
 
@@ -17,9 +17,9 @@ class bare_socket : pinned {
   bare_socket() = default;
   ~bare_socket();
 
-  /// Connects to the server of the settings' SFTP URL within `limit`. Once per object. Returns libcurl's
+  /// Connects to the server of the SFTP URL within `limit`. Once per object. Returns libcurl's
   /// code.
-  CURLcode open(const settings_map& settings, std::chrono::milliseconds limit);
+  CURLcode open(const server_settings& server, std::chrono::milliseconds limit);
 
   /// The connected socket, in non-blocking mode; CURL_SOCKET_BAD before a successful open().
   [[nodiscard]] curl_socket_t get() const noexcept { return socket_; }

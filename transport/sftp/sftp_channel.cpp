@@ -41,7 +41,7 @@ CURLcode sftp_channel::run(Request&& request) {
 
 CURLcode sftp_channel::open() {
   session_ = std::make_unique<sftp_session>(limits_);
-  return session_->open(settings_);
+  return session_->open(server_);
 }
 
 }  // namespace ftp_plugin

@@ -10,7 +10,7 @@
 
 #include "common/pinned.h"
 #include "transport/byte_sink.h"
-#include "transport/settings.h"
+#include "transport/server_settings.h"
 #include "transport/sftp/sftp_attributes.h"
 #include "transport/sftp/sftp_session.h"
 
@@ -21,9 +21,9 @@ namespace ftp_plugin {
 /// to once more, unnoticed; any later failure stands. Results are those of sftp_session.
 class sftp_channel : pinned {
  public:
-  /// No traffic yet. `settings` must outlive the channel.
-  explicit sftp_channel(const settings_map& settings, sftp_limits limits = {}) noexcept
-      : settings_{settings}, limits_{limits} {}
+  /// No traffic yet. `server` must outlive the channel.
+  explicit sftp_channel(const server_settings& server, sftp_limits limits = {}) noexcept
+      : server_{server}, limits_{limits} {}
 
   /// Attributes of `path`, links followed; `out` stays as it is on failure. A path that does not begin with
   /// "/", and what follows "/~/", start at the home directory; "" and "/~" are the home directory.
@@ -47,7 +47,7 @@ class sftp_channel : pinned {
   CURLcode run(Request&& request);
   CURLcode open();
 
-  const settings_map& settings_;
+  const server_settings& server_;
   sftp_limits limits_;
   std::unique_ptr<sftp_session> session_;
 };

@@ -69,10 +69,10 @@ sftp_session::~sftp_session() {
   close_now([this] { return libssh2_session_free(session_); });
 }
 
-CURLcode sftp_session::open(const settings_map& settings) {
+CURLcode sftp_session::open(const server_settings& server) {
   if (!start_ssh()) return CURLE_FAILED_INIT;
   login_deadline_ = clock::now() + limits_.login;
-  if (const CURLcode code = socket_.open(settings, limits_.login); code != CURLE_OK) return code;
+  if (const CURLcode code = socket_.open(server, limits_.login); code != CURLE_OK) return code;
   session_ = libssh2_session_init_ex(nullptr, nullptr, nullptr, this);
   if (session_ == nullptr) return CURLE_OUT_OF_MEMORY;
   libssh2_session_callback_set(session_, LIBSSH2_CALLBACK_RECV, reinterpret_cast<void*>(&receive));
@@ -87,7 +87,7 @@ CURLcode sftp_session::open(const settings_map& settings) {
   };
   CURLcode code = initialised(finish([this] { return libssh2_session_handshake(session_, socket_.get()); }));
   if (code != CURLE_OK) return code;
-  code = log_in(ssh_login_of(settings));
+  code = log_in(ssh_login_of(server));
   prompt_answer_.clear();
   if (code != CURLE_OK) return code;
   logged_in_ = true;
@@ -99,7 +99,7 @@ CURLcode sftp_session::open(const settings_map& settings) {
   return code;
 }
 
-CURLcode sftp_session::log_in(const ssh_login& login) {
+CURLcode sftp_session::log_in(const credentials& login) {
   std::string methods;
   const int error = finish([&] {
     const char* list = libssh2_userauth_list(session_, login.user.data(), length_of(login.user));
@@ -124,7 +124,7 @@ CURLcode sftp_session::log_in(const ssh_login& login) {
   return code;
 }
 
-CURLcode sftp_session::try_password(const ssh_login& login, const std::string& methods) {
+CURLcode sftp_session::try_password(const credentials& login, const std::string& methods) {
   CURLcode code = CURLE_LOGIN_DENIED;
   const auto try_to = [&](auto&& call) {
     const int error = finish(call);

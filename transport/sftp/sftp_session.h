@@ -11,7 +11,7 @@
 #include "common/pinned.h"
 #include "transport/byte_sink.h"
 #include "transport/limits.h"
-#include "transport/settings.h"
+#include "transport/server_settings.h"
 #include "transport/sftp/bare_socket.h"
 #include "transport/sftp/sftp_attributes.h"
 #include "transport/sftp/ssh_login.h"
@@ -34,7 +34,7 @@ class sftp_session : pinned {
 
   /// Connects, logs in and starts SFTP. Once per object; after a failure the object is of no further use.
   /// Host keys are not checked.
-  CURLcode open(const settings_map& settings);
+  CURLcode open(const server_settings& server);
 
   /// Attributes of `path`, links followed. A path that does not begin with "/", and what follows "/~/",
   /// start at the home directory; "" and "/~" are the home directory.
@@ -51,8 +51,8 @@ class sftp_session : pinned {
  private:
   using clock = std::chrono::steady_clock;
 
-  CURLcode log_in(const ssh_login& login);
-  CURLcode try_password(const ssh_login& login, const std::string& methods);
+  CURLcode log_in(const credentials& login);
+  CURLcode try_password(const credentials& login, const std::string& methods);
   CURLcode try_key(const std::string& user, const std::string& file, const std::string& pass_phrase);
   CURLcode read_entries(const std::string& path, byte_vector& body);
   CURLcode append_entry(const std::string& path, const struct sftp_entry& entry, byte_vector& body);

@@ -44,33 +44,21 @@ class parsed_url : pinned {
 };
 
 /// As libcurl reads it: up to the first NUL byte.
-std::string text_of(const settings_map& settings, const char* name) {
-  const std::string* found = find_setting(settings, name);
-  return found == nullptr ? std::string{} : found->c_str();
-}
+std::string c_text(const std::string& text) { return text.c_str(); }
 
 }  // namespace
 
-ssh_login ssh_login_of(const settings_map& settings) {
-  ssh_login login;
-  const std::string user = text_of(settings, key::user);
-  const std::string password = text_of(settings, key::pwd);
-  login.key_file = text_of(settings, key::key_file);
-  const bool by_key = !login.key_file.empty();
-  if (by_key) {
-    // The proxy's password is the first candidate for the pass phrase.
-    login.pass_phrase = password.empty() ? text_of(settings, key::proxy_pwd) : password;
-  } else {
-    login.password = password;
-  }
+credentials ssh_login_of(const server_settings& server) {
+  credentials login{c_text(server.login.user), c_text(server.login.password), c_text(server.login.key_file),
+                    c_text(server.login.pass_phrase)};
   // libcurl's order, not quite the obvious one: a password in the URL that no setting replaces brings its
   // user with it. Pinned by SshLogin.FollowsLibcurl.
-  const parsed_url url{text_of(settings, key::url)};
+  const parsed_url url{c_text(server.url)};
   const std::string url_user = url ? url.get(CURLUPART_USER, CURLU_URLDECODE) : std::string{};
   const std::string url_password = url ? url.get(CURLUPART_PASSWORD, CURLU_URLDECODE) : std::string{};
   const bool url_password_counts = !url_password.empty() && login.password.empty();
   if (url_password_counts) login.password = url_password;
-  login.user = user.empty() || (url_password_counts && !url_user.empty()) ? url_user : user;
+  if (login.user.empty() || (url_password_counts && !url_user.empty())) login.user = url_user;
   return login;
 }
 

@@ -22,13 +22,13 @@ using lines = std::vector<std::string>;
 class LoginOptions : public testing::Test {
  protected:
   lines login() {
-    return options_of([this] { set_login_options(curl.get(), settings); });
+    return options_of([this] { set_login_options(curl.get(), read_settings(settings)); });
   }
   lines proxy() {
-    return options_of([this] { set_proxy_options(curl.get(), settings); });
+    return options_of([this] { set_proxy_options(curl.get(), read_settings(settings).proxy); });
   }
   lines credentials() {
-    return options_of([this] { set_credentials(curl.get(), settings); });
+    return options_of([this] { set_credentials(curl.get(), read_settings(settings).login); });
   }
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl{curl_easy_init(), &curl_easy_cleanup};
   settings_map settings;
@@ -41,10 +41,7 @@ TEST_F(LoginOptions, OfAPlainServerComeInOrder) {
                                    "DEBUGFUNCTION=set"));
 }
 
-TEST_F(LoginOptions, WithoutAUrlTheKeyIsStoredAsEmptyText) {
-  EXPECT_EQ(login().front(), "URL=\"\"");
-  EXPECT_EQ(settings.count("url"), 1U);
-}
+TEST_F(LoginOptions, WithoutAUrlNameNoServer) { EXPECT_EQ(login().front(), "URL=\"\""); }
 
 TEST_F(LoginOptions, OfATlsServerTryTlsAndCheckNothing) {
   settings = {{"url", "ftp://h"}, {"ssl", "true"}};
@@ -56,14 +53,6 @@ TEST_F(LoginOptions, OfATlsServerTryTlsAndCheckNothing) {
 TEST_F(LoginOptions, TrueInOtherLettersAsksForNoTls) {
   settings = {{"url", "ftp://h"}, {"ssl", "TRUE"}};
   EXPECT_THAT(login(), testing::Not(testing::Contains("USE_SSL=1")));
-  EXPECT_FALSE(wants_tls(settings));
-}
-
-TEST_F(LoginOptions, AnImplicitUrlWantsTlsAsWell) {
-  EXPECT_TRUE(wants_tls({{"url", "ftps://h"}}));
-  EXPECT_TRUE(wants_tls({{"url", "ftp://h"}, {"ssl", "true"}}));
-  EXPECT_FALSE(wants_tls({{"url", "ftp://ftps://"}}));
-  EXPECT_FALSE(wants_tls({}));
 }
 
 TEST_F(LoginOptions, ActiveModeLetsLibcurlChooseThePort) {
@@ -78,30 +67,17 @@ TEST_F(LoginOptions, EmptyUserAndPasswordAreNotSet) {
   EXPECT_THAT(credentials(), IsEmpty());
 }
 
-TEST_F(LoginOptions, APasswordIsThePassPhraseOfAKeyFileAndNothingElse) {
-  settings = {{"type", "sftp"}, {"user", "u"}, {"pwd", "p"}, {"key_file", "/k"}, {"proxy_pwd", "x"}};
+TEST_F(LoginOptions, OfAKeyFileHoldItsPassPhraseAndNoPassword) {
+  settings = {{"type", "sftp"}, {"user", "u"}, {"pwd", "p"}, {"key_file", "/k"}};
   EXPECT_THAT(credentials(), ElementsAre("USERNAME=\"u\"", "SSH_AUTH_TYPES=1", "SSH_PRIVATE_KEYFILE=\"/k\"",
-                                         "KEYPASSWD=\"x\"", "KEYPASSWD=\"p\""));
+                                         "KEYPASSWD=\"p\""));
 }
 
-TEST_F(LoginOptions, WithoutAPasswordTheProxysIsThePassPhrase) {
-  settings = {{"type", "sftp"}, {"key_file", "/k"}, {"pwd", ""}, {"proxy_pwd", "x"}};
-  EXPECT_THAT(credentials(),
-              ElementsAre("SSH_AUTH_TYPES=1", "SSH_PRIVATE_KEYFILE=\"/k\"", "KEYPASSWD=\"x\""));
-}
-
-TEST_F(LoginOptions, KeyFileWithoutPassPhraseMakesTheProxySendAColon) {
+TEST_F(LoginOptions, OfAKeyFileWithoutPassPhraseSetAnEmptyOne) {
   settings = {{"type", "sftp"}, {"key_file", "/k"}, {"proxy_type", "SOCKS5"}};
   const lines seen = login();
   EXPECT_THAT(seen, testing::Contains("KEYPASSWD=\"\""));
   EXPECT_THAT(seen, testing::Contains("PROXYUSERPWD=\":\""));
-  EXPECT_EQ(settings.count("proxy_pwd"), 1U);
-}
-
-TEST_F(LoginOptions, AKeyFileCountsOnSftpOnly) {
-  settings = {{"type", "ftp"}, {"key_file", "/k"}, {"pwd", "p"}};
-  EXPECT_THAT(credentials(), ElementsAre("PASSWORD=\"p\""));
-  EXPECT_EQ(settings.count("proxy_pwd"), 0U);
 }
 
 TEST_F(LoginOptions, NoProxyTypeOrNoneMeansNoProxyNotEvenTheEnvironments) {
@@ -123,35 +99,14 @@ TEST_F(LoginOptions, OfEachKindOfProxy) {
       {"HTTP with TUNNEL", {"HTTPPROXYTUNNEL=1", "PROXYTYPE=0"}},
       {"HTTP without TUNNEL", {"HTTPPROXYTUNNEL=0", "PROXYTYPE=0"}},
       {"HTTP", {}},
-      {"socks5", {}},
-      {"", {}},
   };
   for (const ProxyCase& want : kCases) {
-    settings = {{"proxy_type", want.type}, {"proxy_host", "h"}, {"proxy_port", "8080"}};
-    lines all = {"PROXY=\"\"", "NOPROXY=\"\"", "VERBOSE=1"};
+    settings = {{"proxy_type", want.type}, {"proxy_host", "h"}, {"proxy_port", "8080"}, {"proxy_user", "u"}};
+    lines all = {"PROXY=\"h\"", "NOPROXY=\"\""};
     all.insert(all.end(), want.options.begin(), want.options.end());
-    all.insert(all.end(), {"PROXY=\"h\"", "PROXYPORT=8080"});
+    all.insert(all.end(), {"PROXYPORT=8080", "PROXYUSERPWD=\"u\""});
     EXPECT_EQ(proxy(), all) << want.type;
   }
-}
-
-TEST_F(LoginOptions, AProxyPortThatIsNoNumberIsZero) {
-  settings = {{"proxy_type", "SOCKS5"}, {"proxy_port", "abc"}};
-  EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\"", "VERBOSE=1", "PROXYTYPE=5", "PROXYPORT=0"));
-}
-
-TEST_F(LoginOptions, ProxyUserAndPasswordMakeOneText) {
-  const auto text = [this](settings_map more) {
-    settings = std::move(more);
-    settings["proxy_type"] = "SOCKS5";
-    const lines seen = proxy();
-    return seen.size() == 4 ? "" : seen.back();
-  };
-  EXPECT_EQ(text({{"proxy_user", "u"}, {"proxy_pwd", "p"}}), "PROXYUSERPWD=\"u:p\"");
-  EXPECT_EQ(text({{"proxy_user", "u"}}), "PROXYUSERPWD=\"u\"");
-  EXPECT_EQ(text({{"proxy_pwd", "p"}}), "PROXYUSERPWD=\":p\"");
-  EXPECT_EQ(text({{"proxy_user", ""}}), "");
-  EXPECT_EQ(text({{"proxy_password", "p"}}), "") << "the login document's own key is not read";
 }
 
 TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutWhatThereIsNoMemoryFor) {
@@ -160,15 +115,15 @@ TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutWhatThereIsNoMemoryFor) {
   for (const CURLoption option :
        {CURLOPT_URL, CURLOPT_USERNAME, CURLOPT_PASSWORD, CURLOPT_PROXY, CURLOPT_PROXYUSERPWD}) {
     refused_option = option;
-    EXPECT_THROW(set_login_options(curl.get(), settings), std::bad_alloc) << option;
+    EXPECT_THROW(set_login_options(curl.get(), read_settings(settings)), std::bad_alloc) << option;
     refused_option = CURLOPT_LASTENTRY;
   }
 }
 
 TEST_F(LoginOptions, APortThatIsNoneIsNoReasonToFail) {
   settings = {{"proxy_type", "SOCKS5"}, {"proxy_port", "99999"}, {"proxy_user", "u"}};
-  EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\"", "VERBOSE=1", "PROXYTYPE=5",
-                                   "PROXYPORT=99999", "PROXYUSERPWD=\"u\""));
+  EXPECT_THAT(proxy(), ElementsAre("PROXY=\"\"", "NOPROXY=\"\"", "PROXYTYPE=5", "PROXYPORT=99999",
+                                   "PROXYUSERPWD=\"u\""));
 }
 
 TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutATextThatLibcurlDoesNotTake) {
@@ -176,25 +131,8 @@ TEST_F(LoginOptions, ALoginDoesNotGoOnWithoutATextThatLibcurlDoesNotTake) {
   for (const char* name : {"url", "user", "pwd", "proxy_host", "proxy_user"}) {
     settings = {{"url", "ftp://h"}, {"proxy_type", "SOCKS5"}};
     settings[name] = too_long;
-    EXPECT_THROW(set_login_options(curl.get(), settings), std::length_error) << name;
+    EXPECT_THROW(set_login_options(curl.get(), read_settings(settings)), std::length_error) << name;
   }
-}
-
-TEST_F(LoginOptions, ASchemeIsNamedAtTheBeginningInSmallLetters) {
-  for (const char* url : {"ftp://", "ftps://h", "sftp://h/x"})
-    EXPECT_TRUE(names_scheme({{"url", url}})) << url;
-  for (const char* url :
-       {"", "ftp:/h", "FTP://h", " ftp://h", "h/ftp://", "ftp.h", "http://h", "sftps://h"}) {
-    EXPECT_FALSE(names_scheme({{"url", url}})) << url;
-  }
-  EXPECT_FALSE(names_scheme({}));
-}
-
-TEST_F(LoginOptions, OnlyALineBreakKeepsACredentialOutOfACommand) {
-  EXPECT_TRUE(fit_into_commands({}));
-  EXPECT_TRUE(fit_into_commands({{"user", "a b:c@\t"}, {"pwd", ""}, {"proxy_pwd", "\n"}}));
-  EXPECT_FALSE(fit_into_commands({{"user", "\r"}}));
-  EXPECT_FALSE(fit_into_commands({{"pwd", "secret\n"}}));
 }
 
 }  // namespace

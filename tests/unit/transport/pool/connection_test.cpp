@@ -75,7 +75,7 @@ TEST_F(Connection, LogsInOnceForManyRequests) {
 }
 
 TEST_F(Connection, WithoutAUrlFailsToLogIn) {
-  connection con{{{"type", "ftp"}}};
+  connection con{settings_map{{"type", "ftp"}}};
   EXPECT_EQ(con.connect(), FAILED);
   EXPECT_EQ(con.GETCURL(), nullptr);
   EXPECT_EQ(con.get_url(), "");
@@ -84,8 +84,13 @@ TEST_F(Connection, WithoutAUrlFailsToLogIn) {
 TEST_F(Connection, NeverSendsAUserOrPasswordThatHoldsALineBreak) {
   server.add_file("/a", "x");
   for (const std::string text : {"jane\r\nDELE /a", "jane\n", "\rjane"}) {
-    EXPECT_EQ(connection{settings({{"user", text}, {"pwd", "p"}})}.connect(), FAILED) << text;
-    EXPECT_EQ(connection{settings({{"user", "jane"}, {"pwd", text}})}.connect(), FAILED) << text;
+    for (const char* type : {"ftp", "sftp"}) {
+      const auto log_in = [&](const std::string& user, const std::string& password) {
+        return connection{settings({{"type", type}, {"user", user}, {"pwd", password}})}.connect();
+      };
+      EXPECT_EQ(log_in(text, "p"), FAILED) << type << text;
+      EXPECT_EQ(log_in("jane", text), FAILED) << type << text;
+    }
   }
   EXPECT_EQ(server.connections_seen(), 0U);
   EXPECT_EQ(server.file("/a"), "x");
@@ -137,7 +142,7 @@ TEST_F(Connection, ReplacesItsHandleWhenALaterLoginSucceeds) {
 TEST_F(Connection, LogsInAgainAndAgainWhileLibcurlCannotInitialise) {
   // What libcurl's SSH side answers to a server that hangs up before it has said anything.
   server.on("CONNECT").hang_up();
-  connection con{{{"url", "sftp" + server.url().substr(3)}, {"type", "sftp"}}};
+  connection con{settings_map{{"url", "sftp" + server.url().substr(3)}, {"type", "sftp"}}};
   AERROR result = SUCCESS;
   std::thread login{[&] { result = con.connect(); }};
   EXPECT_TRUE(server.wait_for([&] { return server.connections_seen() >= 3; }));

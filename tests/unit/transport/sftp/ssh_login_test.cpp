@@ -12,7 +12,7 @@ using namespace std::string_literals;
 struct LoginCase {
   const char* label;
   settings_map settings;
-  ssh_login want;
+  credentials want;
 };
 
 // The cases with credentials in the URL are what libcurl 7.88.1 sent to a server when it was asked the same.
@@ -41,8 +41,10 @@ const LoginCase kLoginCases[] = {
 class SshLogin : public testing::TestWithParam<LoginCase> {};
 
 TEST_P(SshLogin, FollowsLibcurl) {
-  const ssh_login got = ssh_login_of(GetParam().settings);
-  const ssh_login& want = GetParam().want;
+  settings_map settings = GetParam().settings;
+  settings["type"] = "sftp";
+  const credentials got = ssh_login_of(read_settings(settings));
+  const credentials& want = GetParam().want;
   EXPECT_EQ(std::tie(got.user, got.password, got.key_file, got.pass_phrase),
             std::tie(want.user, want.password, want.key_file, want.pass_phrase));
 }
