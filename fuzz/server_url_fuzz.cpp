@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
+#include "common/url_encode.h"
 #include "fuzz/require.h"
 #include "protocol/server_url.h"
-#include "protocol/url_encode.h"
 
 namespace {
 

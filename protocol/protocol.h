@@ -109,7 +109,7 @@ class Protocol : public IProtocol_V2 {
   /// Asks the server for its features. Returns the new file_time_mode: 1 when it can set times, else 0.
   int SetFileTimeSupportMode();
 
-  // protocol/remote_path.cpp
+  // protocol/forwards.cpp
   /// `base`, the root path and `id` (null is empty) as one path, relative to the login directory on FTP.
   [[nodiscard]] std::string full_path(std::string base, const char* id) const;
   /// URL of `id` on this connection; only the part behind the server's URL is percent-encoded.

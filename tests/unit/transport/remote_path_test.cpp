@@ -1,4 +1,4 @@
-#include "protocol/remote_path.h"
+#include "transport/remote_path.h"
 
 #include <gtest/gtest.h>
 

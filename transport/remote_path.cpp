@@ -1,11 +1,10 @@
-#include "protocol/remote_path.h"
+#include "transport/remote_path.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "boundary/log.h"
-#include "protocol/protocol.h"
-#include "protocol/url_encode.h"
+#include "common/url_encode.h"
 
 namespace ftp_plugin {
 
@@ -24,15 +23,6 @@ std::string join_remote_path(const settings_map& settings, std::string base, con
 
 std::string encode_behind(const std::string& server, const std::string& url) {
   return server + URLEncode(url.substr(std::min(server.size(), url.size())).c_str());
-}
-
-std::string Protocol::full_path(std::string base, const char* id) const {
-  return join_remote_path(options, std::move(base), id);
-}
-
-std::string Protocol::request_url(connection& con, const char* id) const {
-  const std::string* server = find_setting(options, key::url);
-  return encode_behind(server == nullptr ? "" : *server, full_path(con.get_url(), id));
 }
 
 }  // namespace ftp_plugin

@@ -1,4 +1,4 @@
-#include "protocol/url_encode.h"
+#include "common/url_encode.h"
 
 #include <string_view>
 
