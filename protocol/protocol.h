@@ -29,19 +29,21 @@ class Protocol : public IProtocol_V2 {
   AERROR GetQuota(unsigned long long* total, unsigned long long* free) override;  //  3  protocol/protocol.cpp
   AERROR SetQuota(unsigned long long total, unsigned long long free) override;    //  4  protocol/protocol.cpp
   AERROR GetType(char** type) override;                                           //  5  protocol/protocol.cpp
-  AERROR GetFileList(const char* id, IFileList* list, char** message) override;   //  6  listing/file_list.cpp
-  AERROR GetChanges(IFileChanges* changes, char** message) override;              //  7  listing/file_list.cpp
-  AERROR GetFileInfo(const char* id, _FS_FILE_V2* file, char** message) override;  //  8 fileops/file_info.cpp
+  AERROR GetFileList(const char* id, IFileList* list,
+                     char** message) override;                        //  6  listing/list_directory.cpp
+  AERROR GetChanges(IFileChanges* changes, char** message) override;  //  7  listing/list_directory.cpp
+  AERROR GetFileInfo(const char* id, _FS_FILE_V2* file,
+                     char** message) override;  //  8 fileops/ftp_get_info.cpp
   AERROR Rename(const char* id, const char* name, _FS_FILE_V2* file,
-                char** message) override;  //  9  fileops/rename_move.cpp
+                char** message) override;  //  9  fileops/move_entry.cpp
   AERROR Move(const char* id, const char* target, _FS_FILE_V2* file,
-              char** message) override;  // 10  fileops/rename_move.cpp
+              char** message) override;  // 10  fileops/move_entry.cpp
   AERROR MoveDir(const char* id, const char* target, _FS_FILE_V2* file,
-                 char** message) override;  // 11  fileops/rename_move.cpp
+                 char** message) override;  // 11  fileops/move_entry.cpp
   AERROR CreateDirectory(const char* id, _FS_FILE_V2* file,
-                         char** message) override;                  // 12  fileops/create_delete.cpp
-  AERROR Delete(const char* id, char** message) override;           // 13  fileops/create_delete.cpp
-  AERROR DeleteDirectory(const char* id, char** message) override;  // 14  fileops/create_delete.cpp
+                         char** message) override;                  // 12  fileops/create_directory.cpp
+  AERROR Delete(const char* id, char** message) override;           // 13  fileops/create_directory.cpp
+  AERROR DeleteDirectory(const char* id, char** message) override;  // 14  fileops/create_directory.cpp
   AERROR Read(const char* id, long long offset, long long length, std::shared_ptr<_FS_HANDLE> handle,
               IFetchCallback* callback, char** message) override;  // 15  fileops/read.cpp
   AERROR Upload(const char* id, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* source, _FS_FILE_V2* file,
@@ -115,7 +117,7 @@ class Protocol : public IProtocol_V2 {
   /// URL of `id` on this connection; only the part behind the server's URL is percent-encoded.
   [[nodiscard]] std::string request_url(connection& con, const char* id) const;
 
-  // protocol/name_encoding.cpp
+  // protocol/charset_names.cpp
   /// `name` in the server's character set; unchanged on SFTP, without `convert`, or where it cannot be
   /// converted.
   [[nodiscard]] std::string _encode(std::string name, bool convert) const;
@@ -133,20 +135,20 @@ class Protocol : public IProtocol_V2 {
   /// is zero-terminated text that the caller frees with free(). `reserved` is not used.
   int read_dir(const char* path, bool* is_mlsd, char** data, char** reserved);
 
-  // listing/file_list.cpp
+  // listing/list_directory.cpp
   /// Lists `path`: delivers each entry to `list` (may be null) and copies the entry named `find_name` (may be
   /// null) into `found`. A name that is not there leaves `found` as it was.
   AERROR _GetFileList(const char* path, IFileList* list, char** message, const char* find_name,
                       _FS_FILE_V2* found);
 
-  // fileops/file_info.cpp
+  // fileops/ftp_get_info.cpp
   AERROR ftp_get_info(const char* path, _FS_FILE_V2* file, char** message);
   AERROR GetFileInfoUsingGetFileList(const char* path, _FS_FILE_V2* file, char** message);
 
   // fileops/sftp_stat.cpp
   AERROR sftp_stat(const char* path, _FS_FILE_V2* file, char** message);
 
-  // fileops/create_delete.cpp
+  // fileops/create_directory.cpp
   AERROR _Delete(const char* path, char** message, bool directory);
 };
 

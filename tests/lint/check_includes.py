@@ -19,7 +19,7 @@ SHARED = ("transport/*",)  # what the rooms of transport/ share
 BELOW = ("fileops/", "listing/", "transport/", "common/")  # the folders that protocol/ stands on
 
 # The Protocol's own operations that live in listing/: everything else there is a parser.
-BODIES = r"(line_parsers|read_dir|file_list)"
+BODIES = r"(line_parsers|read_dir|list_directory)"
 
 LIBCURL = ("curl/", "libssh2", "event2/")
 NOTHING = ()
