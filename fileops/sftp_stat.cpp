@@ -1,9 +1,10 @@
+#include "fileops/sftp_stat.h"
+
 #include <cstdint>
 #include <string>
 
 #include "boundary/log.h"
 #include "common/time_text.h"
-#include "protocol/protocol.h"
 #include "transport/pool/lease.h"
 #include "transport/retry.h"
 #include "transport/sftp/sftp_attributes.h"
@@ -27,12 +28,12 @@ void store(const sftp_attributes& attributes, _FS_FILE_V2& file) {
 
 }  // namespace
 
-AERROR Protocol::sftp_stat(const char* path, _FS_FILE_V2* file, char**) {
+AERROR sftp_stat(const server_view& server, const char* path, _FS_FILE_V2& file) {
   log_operation("sftp_stat", path);
-  lease borrowed{connected_pool()};
+  lease borrowed{server.connected_pool()};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return FAILED;
-  const std::string remote = full_path("", path);
+  const std::string remote = command_path(server, path);
   sftp_attributes attributes{};
   const CURLcode code = run_with_retry([&] { return con.sftp().stat(remote, &write_attrs, &attributes); });
   if (code != CURLE_OK) {
@@ -43,7 +44,7 @@ AERROR Protocol::sftp_stat(const char* path, _FS_FILE_V2* file, char**) {
            "[PROTOCOL  ] %s id: [%s] , filesize [%lld], atime [%ld], mtime [%ld]", "sftp_stat",
            text_or_empty(path), static_cast<long long>(attributes.filesize),
            static_cast<long>(attributes.atime), static_cast<long>(attributes.mtime));
-  store(attributes, *file);
+  store(attributes, file);
   borrowed.give_back();
   return SUCCESS;
 }

@@ -1,12 +1,12 @@
+#include "fileops/upload.h"
+
 #include <string>
 #include <utility>
 
 #include "boundary/log.h"
-#include "boundary/no_throw.h"
 #include "fileops/command_texts.h"
 #include "fileops/result_codes.h"
 #include "fileops/upload_context.h"
-#include "protocol/protocol.h"
 #include "transport/command_list.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
@@ -15,57 +15,51 @@
 
 namespace ftp_plugin {
 
-AERROR Protocol::Upload(const char* path, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* cache,
-                        _FS_FILE_V2* file, UPLOAD_FLAG, char** message) {
-  return no_throw(FILE_WRITE_FAILED, [&] {
-    __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s id [%s], name [%s]", "Upload",
-             text_or_empty(path), file->name.c_str());
-    if (message != nullptr) *message = nullptr;
-    const std::string encoded = _encode(file->name, !connected_pool()->utf8());
-    const std::string id = text_or_empty(path) + ("/" + encoded);
-    const auto fail = [&](CURLcode code) {
-      log_exec_error("Upload", encoded.c_str(), code);
-      return write_result(code);
-    };
-    // In a URL a line break ends no command, but libcurl refuses it on FTP only, and the refusal costs the
-    // connection. A double quote is harmless here.
-    if (const CURLcode code = check_command_text(full_path("", id.c_str()), false); code != CURLE_OK) {
-      return fail(code);
-    }
+changed_entry upload(const server_view& server, const char* path, std::shared_ptr<_FS_HANDLE> handle,
+                     ICacheIO* cache, const _FS_FILE_V2& file) {
+  const std::string encoded = encode_name(server, file.name, !server.names_are_utf8);
+  const std::string id = text_or_empty(path) + ("/" + encoded);
+  const auto fail = [&](CURLcode code) -> changed_entry {
+    log_exec_error("Upload", encoded.c_str(), code);
+    return {write_result(code), {}};
+  };
+  // In a URL a line break ends no command, but libcurl refuses it on FTP only, and the refusal costs the
+  // connection. A double quote is harmless here.
+  if (const CURLcode code = check_command_text(command_path(server, id.c_str()), false); code != CURLE_OK) {
+    return fail(code);
+  }
 
-    lease borrowed{connected_pool()};
-    connection& con = *borrowed;
-    const std::string url = request_url(con, id.c_str());
-    if (con.GETCURL() == nullptr) return FAILED;
-    con.request()->SetSpeedLimit(speed_limit);
+  lease borrowed{server.connected_pool()};
+  connection& con = *borrowed;
+  const std::string url = request_url(server, con, id.c_str());
+  if (con.GETCURL() == nullptr) return {FAILED, {}};
+  con.request()->SetSpeedLimit(server.speed_limit);
 
-    command_list commands;
-    if (!is_sftp()) add(commands, "TYPE I");
-    _RAREADCTX context{0, std::move(handle), cache, static_cast<std::uint64_t>(file->size)};
-    // The progress pair stays set on the handle, so its record belongs to the connection.
-    con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
-    transfer request{con};
-    if (is_sftp())
-      request.set(CURLOPT_UPLOAD_BUFFERSIZE, upload_buffer_size(speed_limit), kDefaultUploadBuffer);
-    CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
-                        .set(CURLOPT_URL, url.c_str(), nullptr)
-                        .set(CURLOPT_UPLOAD, 1L, 0L)
-                        .set(CURLOPT_READDATA, &context, nullptr)
-                        .set(CURLOPT_READFUNCTION, &read_callback_cache_func, nullptr)
-                        .set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(file->size), curl_off_t{0})
-                        .keep(CURLOPT_XFERINFOFUNCTION, &_CURL_PROGRESS)
-                        .keep(CURLOPT_XFERINFODATA, &con.upload_progress())
-                        .set(CURLOPT_NOPROGRESS, 0L, 1L)
-                        .run();
-    con.upload_progress() = {};  // the host's context may end with this call
-    // libcurl compares the lengths on FTP only; a part of a file is no stored file on SFTP either.
-    const bool whole = file->size < 0 || context.offset == context.size;  // below 0: of unknown size
-    if (code == CURLE_OK && !whole) code = CURLE_PARTIAL_FILE;
-    if (code != CURLE_OK) return fail(code);
-    borrowed.give_back();
-    file->attr = FS_ATTR_FILE;
-    return GetFileInfo(id.c_str(), file, nullptr);
-  });
+  command_list commands;
+  if (!server.is_sftp) add(commands, "TYPE I");
+  _RAREADCTX context{0, std::move(handle), cache, static_cast<std::uint64_t>(file.size)};
+  // The progress pair stays set on the handle, so its record belongs to the connection.
+  con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
+  transfer request{con};
+  if (server.is_sftp)
+    request.set(CURLOPT_UPLOAD_BUFFERSIZE, upload_buffer_size(server.speed_limit), kDefaultUploadBuffer);
+  CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
+                      .set(CURLOPT_URL, url.c_str(), nullptr)
+                      .set(CURLOPT_UPLOAD, 1L, 0L)
+                      .set(CURLOPT_READDATA, &context, nullptr)
+                      .set(CURLOPT_READFUNCTION, &read_callback_cache_func, nullptr)
+                      .set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(file.size), curl_off_t{0})
+                      .keep(CURLOPT_XFERINFOFUNCTION, &_CURL_PROGRESS)
+                      .keep(CURLOPT_XFERINFODATA, &con.upload_progress())
+                      .set(CURLOPT_NOPROGRESS, 0L, 1L)
+                      .run();
+  con.upload_progress() = {};  // the host's context may end with this call
+  // libcurl compares the lengths on FTP only; a part of a file is no stored file on SFTP either.
+  const bool whole = file.size < 0 || context.offset == context.size;  // below 0: of unknown size
+  if (code == CURLE_OK && !whole) code = CURLE_PARTIAL_FILE;
+  if (code != CURLE_OK) return fail(code);
+  borrowed.give_back();
+  return {SUCCESS, id};
 }
 
 }  // namespace ftp_plugin

@@ -12,14 +12,16 @@
 
 namespace ftp_plugin {
 
+/// Fills attribute and size of the empty record `target` with what stands at `full_path`, a link's target;
+/// leaves it empty when that cannot be found out.
+using link_follower = std::function<void(const std::string& full_path, _FS_FILE_V2& target)>;
+
 /// What a line does not say about itself. Everything is borrowed for the call.
 struct basic_line_context {
   const char* path = nullptr;  ///< the listed directory; may be null
   bool is_sftp = false;
-  /// Fills attribute and size of the empty record with what stands at the path, a link's target; leaves it
-  /// empty when that cannot be found out. Asked for the links of SFTP listings only. Empty: links have no
-  /// target.
-  const std::function<void(const std::string& full_path, _FS_FILE_V2& target)>* follow_link = nullptr;
+  /// Asked for the links of SFTP listings only. Null or empty: links have no target.
+  const link_follower* follow_link = nullptr;
   const list_clock* clock = nullptr;  ///< decides years that are left out; null: the machine's clock
 };
 

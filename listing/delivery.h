@@ -4,11 +4,11 @@
 
 #include <atomic>
 #include <exception>
-#include <functional>
 #include <string>
 
 #include "boundary/abi/file_record.h"
 #include "boundary/abi/host_interfaces.h"
+#include "listing/basic_line.h"
 #include "listing/ftpparse_time.h"
 
 namespace ftp_plugin {
@@ -25,7 +25,7 @@ struct listing_context {
   const char* find_name;              ///< the raw name to look up; may be null
   _FS_FILE_V2* found;                 ///< receives the entry that has it, all but the identifier
   /// See basic_line_context::follow_link. May be empty.
-  std::function<void(const std::string& full_path, _FS_FILE_V2& target)> follow_link = {};
+  link_follower follow_link = {};
   const list_clock* clock = nullptr;  ///< null: the machine's clock
 };
 

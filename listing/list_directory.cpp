@@ -1,47 +1,51 @@
-#include <cstdlib>
-#include <memory>
+#include "listing/list_directory.h"
+
+#include <optional>
 #include <string>
 
 #include "boundary/log.h"
-#include "boundary/no_throw.h"
 #include "listing/delivery.h"
-#include "protocol/protocol.h"
+#include "listing/read_dir.h"
 
 namespace ftp_plugin {
 namespace {
 
-struct text_free {
-  void operator()(char* text) const noexcept { std::free(text); }
-};
+/// What stands before the last "/" of `path`; empty when there is none.
+std::string parent_of(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? std::string{} : path.substr(0, slash);
+}
+
+/// What stands behind the last "/" of `id`; all of it when there is none.
+std::string name_of(const std::string& id) {
+  const std::size_t slash = id.rfind('/');
+  return slash == std::string::npos ? id : id.substr(slash + 1);
+}
 
 }  // namespace
 
-AERROR Protocol::GetFileList(const char* path, IFileList* list, char** message) {
-  return no_throw(FAILED, [&] { return _GetFileList(path, list, message, nullptr, nullptr); });
+AERROR list_directory(const server_view& server, const char* path, const listing_receiver& receiver) {
+  log_operation("_GetFileList", path);
+  const std::optional<raw_listing> listing = read_dir(server, path);
+  if (!listing) return FAILED;
+  deliver_listing(listing->text.get(), {.path = path,
+                                        .is_mlsd = listing->is_mlsd,
+                                        .is_sftp = server.is_sftp,
+                                        .names_are_utf8 = server.names_are_utf8,
+                                        .server_charset = server.server_charset,
+                                        .vxworks_server = server.vxworks_server,
+                                        .list = receiver.list,
+                                        .find_name = receiver.find_name,
+                                        .found = receiver.found,
+                                        .follow_link = receiver.follow_link});
+  return SUCCESS;
 }
 
-AERROR Protocol::GetChanges(IFileChanges*, char**) { return SUCCESS; }
-
-AERROR Protocol::_GetFileList(const char* path, IFileList* list, char** message, const char* find_name,
-                              _FS_FILE_V2* found) {
-  log_operation("_GetFileList", path);
-  if (message != nullptr) *message = nullptr;
-  bool is_mlsd = false;
-  char* data = nullptr;
-  if (read_dir(path, &is_mlsd, &data, nullptr) != 0) return FAILED;
-  const std::unique_ptr<char, text_free> listing{data};
-  if (listing == nullptr || (list == nullptr && find_name == nullptr)) return SUCCESS;
-  deliver_listing(listing.get(), {.path = path,
-                                  .is_mlsd = is_mlsd,
-                                  .is_sftp = is_sftp(),
-                                  .names_are_utf8 = connected_pool()->utf8(),
-                                  .server_charset = server_charset,
-                                  .vxworks_server = vxworks_server,
-                                  .list = list,
-                                  .find_name = find_name,
-                                  .found = found,
-                                  .follow_link = link_follower()});
-  return SUCCESS;
+AERROR look_up_in_parent(const server_view& server, const char* path, _FS_FILE_V2& file) {
+  log_operation("GetFileInfoUsingGetFileList", path);
+  const std::string parent = parent_of(text_or_empty(path));
+  const std::string name = name_of(file.id);
+  return list_directory(server, parent.c_str(), {.find_name = name.c_str(), .found = &file});
 }
 
 }  // namespace ftp_plugin

@@ -1,10 +1,11 @@
+#include "listing/read_dir.h"
+
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "boundary/log.h"
 #include "common/string_format.h"
-#include "protocol/protocol.h"
-#include "transport/byte_sink.h"
 #include "transport/ftp/ftp_buffers.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
@@ -44,31 +45,28 @@ CURLcode list_sftp(connection& con, const std::string& path, byte_vector& bytes)
 
 }  // namespace
 
-int Protocol::read_dir(const char* path, bool* is_mlsd, char** data, char**) {
-  constexpr int kOk = 0;
-  constexpr int kFailed = 1;
+std::optional<raw_listing> read_dir(const server_view& server, const char* path) {
   const auto fail = [path](CURLcode code) {
     log_exec_error("read_dir", path, code);
-    return kFailed;
+    return std::nullopt;
   };
   // Some servers read "[" as the beginning of a pattern, and only in MLSD.
-  *is_mlsd =
-      connected_pool()->mlst() && std::string_view{text_or_empty(path)}.find('[') == std::string_view::npos;
-  const std::string command = string_format("MLSD %s", full_path("", path).c_str());
-  if (*is_mlsd && !is_one_line(command)) return fail(CURLE_URL_MALFORMAT);
+  const bool is_mlsd = server.connected_pool()->mlst() &&
+                       std::string_view{text_or_empty(path)}.find('[') == std::string_view::npos;
+  const std::string command = string_format("MLSD %s", command_path(server, path).c_str());
+  if (is_mlsd && !is_one_line(command)) return fail(CURLE_URL_MALFORMAT);
 
-  lease borrowed{connected_pool()};
+  lease borrowed{server.connected_pool()};
   connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return kFailed;
+  if (con.GETCURL() == nullptr) return std::nullopt;
   byte_vector bytes;
-  const CURLcode code = is_sftp()  ? list_sftp(con, full_path("", path), bytes)
-                        : *is_mlsd ? list_mlsd(con, command, speed_limit, bytes)
-                                   : list_url(con, request_url(con, path), speed_limit, bytes);
+  const CURLcode code = server.is_sftp ? list_sftp(con, command_path(server, path), bytes)
+                        : is_mlsd      ? list_mlsd(con, command, server.speed_limit, bytes)
+                                  : list_url(con, request_url(server, con, path), server.speed_limit, bytes);
   if (code != CURLE_OK) return fail(code);
   malloc_block text = bytes.release_text();
   borrowed.give_back();
-  *data = text.release();  // the caller's from here on; nothing can throw any more
-  return kOk;
+  return raw_listing{is_mlsd, std::move(text)};
 }
 
 }  // namespace ftp_plugin

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "boundary/host_bindings.h"
 #include "boundary/no_throw.h"
@@ -31,6 +32,12 @@ Protocol::Protocol(const char* name, IProtocolManager* host_manager)
   iconvlist(&do_print, this);
 }
 
+int do_print(unsigned int count, const char* const* names, void* data) {
+  auto& charset_names = static_cast<Protocol*>(data)->charset_names;
+  for (unsigned int i = 0; i < count; ++i) charset_names.emplace_back(names[i]);
+  return 0;
+}
+
 void Protocol::Release() {
   // The interfaces have no virtual destructor and a subclass may override operations but owns nothing more:
   // destroy and free what `new` made.
@@ -38,10 +45,29 @@ void Protocol::Release() {
   ::operator delete(this);
 }
 
+server_view Protocol::view() {
+  const auto text = [this](const char* name) {
+    const std::string* found = find_setting(options, name);
+    return found == nullptr ? std::string_view{} : std::string_view{*found};
+  };
+  path_rules paths{.root_path = text(key::root_path)};
+  if (setting_is(options, key::type, "ftp")) paths.origin = path_origin::kLoginDirectory;
+  if (is_sftp() && setting_is(options, key::sftp_root, "false")) paths.origin = path_origin::kHomeDirectory;
+  return {.connections = connections,
+          .is_sftp = is_sftp(),
+          .url = text(key::url),
+          .paths = paths,
+          .speed_limit = speed_limit,
+          .server_charset = server_charset,
+          .names_are_utf8 = connections != nullptr && connections->utf8(),
+          .vxworks_server = vxworks_server,
+          .file_time_mode = file_time_mode};
+}
+
 AERROR Protocol::GetUserInfo(char* buffer, int* size) {
   return no_throw(FAILED, [&] {
-    const std::string* url = find_setting(options, key::url);
-    const std::string root = full_path(url == nullptr ? "" : *url, "");
+    const server_view server = view();
+    const std::string root = url_path(server.paths, std::string{server.url}, "");
     if (*size <= 0 || static_cast<std::size_t>(*size) <= root.size()) return INSUFFICIENT_BUFFER;
     std::memcpy(buffer, root.c_str(), root.size() + 1);
     return SUCCESS;

@@ -23,7 +23,7 @@ enum feature : int {
 int Protocol::SetFileTimeSupportMode() {
   if (is_sftp()) return 0;
   __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s", "SetFileTimeSupportMode");
-  lease borrowed{connected_pool()};
+  lease borrowed{view().connected_pool()};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return 0;
   command_list commands;

@@ -7,22 +7,29 @@
 #include "common/url_encode.h"
 
 namespace ftp_plugin {
+namespace {
 
-std::string join_remote_path(const settings_map& settings, std::string base, const char* id) {
-  std::string path = std::move(base);
-  if (const std::string* root = find_setting(settings, key::root_path)) path += *root;
+bool drops_leading_slash(const std::string& path, path_origin origin) noexcept {
+  if (!path.starts_with('/')) return false;
+  return origin == path_origin::kHomeDirectory || (origin == path_origin::kLoginDirectory && path.size() > 1);
+}
+
+}  // namespace
+
+std::string command_path(const path_rules& rules, const char* id) { return url_path(rules, {}, id); }
+
+std::string url_path(const path_rules& rules, std::string url, const char* id) {
+  std::string path = std::move(url);
+  path += rules.root_path;
   const char* name = text_or_empty(id);
   if (*name != '/') path += '/';
   path += name;
-  const bool home_is_root =
-      setting_is(settings, key::type, "sftp") && setting_is(settings, key::sftp_root, "false");
-  if (home_is_root && path.front() == '/') path.erase(0, 1);
-  if (setting_is(settings, key::type, "ftp") && path.size() > 1 && path.front() == '/') path.erase(0, 1);
+  if (drops_leading_slash(path, rules.origin)) path.erase(0, 1);
   return path;
 }
 
-std::string encode_behind(const std::string& server, const std::string& url) {
-  return server + URLEncode(url.substr(std::min(server.size(), url.size())).c_str());
+std::string encode_behind(std::string_view server, const std::string& url) {
+  return std::string{server} + URLEncode(url.substr(std::min(server.size(), url.size())).c_str());
 }
 
 }  // namespace ftp_plugin

@@ -3,9 +3,11 @@
 
 usage: check_contents.py ROOT
 
-- The overrides come in the order of the interface (boundary/abi/protocol_interfaces.h), numbered from 1, each
-  with the file that defines it: "// 13  fileops/create_delete.cpp".
-- Each private operation stands under a comment that is nothing but its file, "// listing/read_dir.cpp", and
+- The overrides come in the order of the interface (boundary/abi/protocol_interfaces.h), one to a line, each
+  behind its number and the file that does its work: "/* 13  fileops/delete_entry.h */ AERROR Delete(...".
+  A source of protocol/ defines the slot itself; a header of fileops/ or listing/ is included by a source of
+  protocol/, and protocol/slots.cpp defines the slot.
+- Each private operation stands under a comment that is nothing but its file, "// protocol/login.cpp", and
   is defined in that file. Members and one-line accessors need no file.
 Prints "file:line: reason" for everything else, and then exits with 1.
 """
@@ -17,9 +19,10 @@ from typing import NamedTuple
 
 HEADER = "protocol/protocol.h"
 INTERFACES = "boundary/abi/protocol_interfaces.h"
+SLOT_SOURCE = "protocol/slots.cpp"  # defines every slot whose work is done in another folder
 SLOTS = 26
 
-SLOT_COMMENT = re.compile(r"^(\d+)\s+(\w+/\w+\.cpp)$")
+SLOT_COMMENT = re.compile(r"^\s*/\*\s*(\d+)\s+(\w+/\w+\.(?:cpp|h))\s*\*/")
 GROUP_COMMENT = re.compile(r"^\s*//\s+(\w+/\w+\.cpp)\s*$")
 ACCESS = re.compile(r"^\s*(public|protected|private)\s*:\s*$")
 
@@ -27,21 +30,22 @@ ACCESS = re.compile(r"^\s*(public|protected|private)\s*:\s*$")
 class Declaration(NamedTuple):
     line: int
     code: str
-    comment: str  # behind the closing semicolon
+    comment: str  # in front of it, with its marks
     access: str
     group: str  # file of the comment above, or ""
 
 
 def split_comment(line):
-    """Code and comment of a line of a header (which holds no text with slashes in it)."""
-    code, _, comment = line.partition("//")
-    return code, comment.strip()
+    """Code of a line of a header (which holds no text with slashes in it) and the comment in front of it."""
+    code = line.partition("//")[0]
+    front = re.match(r"\s*/\*.*?\*/", code)
+    return (code[front.end() :], front[0]) if front else (code, "")
 
 
 def declarations(lines, first, last):
     """The declarations between two lines of a class body."""
     found = []
-    access, group, code, begin, depth = "private", "", "", 0, 0
+    access, group, code, front, begin, depth = "private", "", "", "", 0, 0
     for number in range(first, last):
         line = lines[number - 1]
         if depth == 0 and not code.strip():
@@ -53,11 +57,11 @@ def declarations(lines, first, last):
                 continue
         text, comment = split_comment(line)
         if text.strip() and not code.strip():
-            begin = number
+            begin, front = number, comment
         code += text.rstrip() + "\n"
         depth += sum(text.count(c) for c in "({") - sum(text.count(c) for c in ")}")
         if depth == 0 and code.rstrip().endswith((";", "}")):
-            found.append(Declaration(begin, " ".join(code.split()), comment, access, group))
+            found.append(Declaration(begin, " ".join(code.split()), front, access, group))
             code = ""
     return found
 
@@ -105,16 +109,21 @@ def matching(text, begin):
 def definitions(root):
     """Which files define a member of Protocol: name -> list of "folder/file.cpp"."""
     found = {}
-    for folder in ("protocol", "listing", "fileops"):
-        for path in sorted((root / folder).rglob("*.cpp")):
-            text = path.read_text(encoding="utf-8")
-            text = re.sub(r'"(?:\\.|[^"\\\n])*"', '""', text)
-            text = re.sub(r"//[^\n]*|/\*.*?\*/", " ", text, flags=re.DOTALL)
-            for use in re.finditer(r"\bProtocol::(~?\w+)\s*\(", text):
-                rest = text[matching(text, use.end() - 1) :]
-                if re.match(r"\s*(const\b\s*)?(noexcept\b\s*)?(\{|:[^:]|try\b)", rest):
-                    found.setdefault(use[1], []).append(path.relative_to(root).as_posix())
+    for path in sorted((root / "protocol").rglob("*.cpp")):
+        text = path.read_text(encoding="utf-8")
+        text = re.sub(r'"(?:\\.|[^"\\\n])*"', '""', text)
+        text = re.sub(r"//[^\n]*|/\*.*?\*/", " ", text, flags=re.DOTALL)
+        for use in re.finditer(r"\bProtocol::(~?\w+)\s*\(", text):
+            rest = text[matching(text, use.end() - 1) :]
+            if re.match(r"\s*(const\b\s*)?(noexcept\b\s*)?(\{|:[^:]|try\b)", rest):
+                found.setdefault(use[1], []).append(path.relative_to(root).as_posix())
     return found
+
+
+def included_headers(root):
+    """What the sources of protocol/ include of this project."""
+    texts = (path.read_text(encoding="utf-8") for path in (root / "protocol").rglob("*.cpp"))
+    return {name for text in texts for name in re.findall(r'^#include "([^"]+)"', text, flags=re.MULTILINE)}
 
 
 def findings(root):
@@ -122,6 +131,7 @@ def findings(root):
     body = declarations(header, *class_body(header, "Protocol"))
     wanted = interface_order(root)
     defined = definitions(root)
+    included = included_headers(root)
     problems = []
     claims = []  # (line, name, file)
 
@@ -136,11 +146,16 @@ def findings(root):
             problems.append((one.line, f"{name} is declared where slot {number}, {due}, is due"))
         comment = SLOT_COMMENT.match(one.comment)
         if not comment:
-            problems.append((one.line, f'{name} lacks its comment "// {number}  folder/file.cpp"'))
+            problems.append((one.line, f'{name} lacks "/* {number}  folder/file */" in front of it'))
             continue
         if int(comment[1]) != number:
             problems.append((one.line, f"{name} is numbered {comment[1]} and stands in slot {number}"))
-        claims.append((one.line, name, comment[2]))
+        if not header[one.line - 1].rstrip().endswith(";"):
+            problems.append((one.line, f"{name} takes more than one line"))
+        file = comment[2]
+        if file.endswith(".h") and file not in included:
+            problems.append((one.line, f"{file} of {name} is included by no source of protocol/"))
+        claims.append((one.line, name, SLOT_SOURCE if file.endswith(".h") else file))
     if len(slots) != SLOTS:
         problems.append((1, f"{len(slots)} slots are listed instead of {SLOTS}"))
 

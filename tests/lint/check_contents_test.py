@@ -27,13 +27,13 @@ INTERFACES = (
 
 HEADER_TEXT = (
     "class Protocol : public IProtocol_V2 {\n public:\n  explicit Protocol(const char* name);\n"
-    "  void Op1() override;  //  1  protocol/protocol.cpp\n"
+    "  /*  1  protocol/protocol.cpp */ void Op1() override;\n"
     + "".join(
-        f"  int {name}(const char* id,\n          char** out) override;  // {number:2}  fileops/ops.cpp\n"
+        f"  /* {number:2}  fileops/ops.h         */ int {name}(const char* id, char** out) override;\n"
         for number, name in enumerate(NAMES[1:22], 2)
     )
     + "".join(
-        f"  int {name}(std::function<void(int)> done) override;  // {number}  listing/list.cpp\n"
+        f"  /* {number}  listing/list.h        */ int {name}(std::function<void(int)> done) override;\n"
         for number, name in enumerate(NAMES[22:], 23)
     )
     + "\n  static int Helper(int kind);\n\n private:\n  int count = 0;  // a member\n"
@@ -41,7 +41,7 @@ HEADER_TEXT = (
     "  /// Short enough to stand here.\n  [[nodiscard]] bool empty() const { return count == 0; }\n\n"
     "  // protocol/protocol.cpp\n  /// Says what it does.\n"
     "  [[nodiscard]] std::string path(std::string base, const char* id) const;\n\n"
-    "  // listing/list.cpp\n  std::function<void(int)> follower();\n"
+    "  // protocol/forwards.cpp\n  std::function<void(int)> follower();\n"
     "  int read(const char* path,\n           char** data = nullptr);\n"
     "};\n"
 )
@@ -52,61 +52,70 @@ GOOD = {
     "protocol/protocol.cpp": "Protocol::Protocol(const char* name) : count{1} {}\nvoid Protocol::Op1() {}\n"
     "int Protocol::Helper(int kind) { return kind; }\n"
     "std::string Protocol::path(std::string base, const char* id) const {\n  return base;\n}\n",
-    "fileops/ops.cpp": "".join(
+    "protocol/slots.cpp": '#include "fileops/ops.h"\n'
+    + "".join(
         f"int Protocol::{name}(const char* id, char** out) {{ return 0; }}\n" for name in NAMES[1:22]
-    ),
-    "listing/list.cpp": "".join(
-        f"int Protocol::{name}(std::function<void(int)> done) {{ return 0; }}\n" for name in NAMES[22:]
     )
-    + "std::function<void(int)> Protocol::follower() { return {}; }\n"
+    + "".join(
+        f"int Protocol::{name}(std::function<void(int)> done) {{ return 0; }}\n" for name in NAMES[22:]
+    ),
+    "protocol/forwards.cpp": '#include "listing/list.h"\n'
+    "std::function<void(int)> Protocol::follower() { return {}; }\n"
     "int Protocol::read(const char* path, char** data) {\n  return 0;\n}\n",
 }
 
 # What must be refused: file, text in it, its replacement, and a piece of a finding.
 BROKEN = {
-    "a_wrong_number": (HEADER, "//  9  fileops", "// 10  fileops", "Op9 is numbered 10 and stands in slot 9"),
+    "a_wrong_number": (HEADER, "/*  9  fileops", "/* 10  fileops", "Op9 is numbered 10 and stands in slot 9"),
     "no_number": (
         HEADER,
-        " //  1  protocol/protocol.cpp",
+        "/*  1  protocol/protocol.cpp */",
         "",
-        'Op1 lacks its comment "// 1  folder/file.cpp"',
+        'Op1 lacks "/* 1  folder/file */" in front of it',
     ),
     "a_slot_too_few": (
         HEADER,
-        "  void Op1() override;  //  1  protocol/protocol.cpp\n",
+        "  /*  1  protocol/protocol.cpp */ void Op1() override;\n",
         "",
         "25 slots are listed",
     ),
     "two_slots_swapped": (HEADER, "int Op3(", "int Op2(", "Op2 is declared where slot 3, Op3, is due"),
+    "a_slot_on_two_lines": (HEADER, "int Op3(const char* id, ", "int Op3(const char* id,\n", "more than one line"),
+    "a_slot_whose_work_nobody_includes": (
+        HEADER,
+        "/* 26  listing/list.h ",
+        "/* 26  listing/other.h",
+        "listing/other.h of Op26 is included by no source of protocol/",
+    ),
     "a_slot_in_another_file": (
         HEADER,
-        "// 26  listing/list.cpp",
-        "// 26  listing/other.cpp",
-        "Op26 is listed under listing/other.cpp and defined listing/list.cpp",
+        "/*  1  protocol/protocol.cpp */",
+        "/*  1  protocol/login.cpp */",
+        "Op1 is listed under protocol/login.cpp and defined protocol/protocol.cpp",
     ),
     "a_slot_defined_nowhere": (
-        "fileops/ops.cpp",
+        "protocol/slots.cpp",
         "int Protocol::Op7(",
         "int Other::Op7(",
-        "Op7 is listed under fileops/ops.cpp and defined nowhere",
+        "Op7 is listed under protocol/slots.cpp and defined nowhere",
     ),
     "a_slot_that_is_only_called": (
-        "fileops/ops.cpp",
+        "protocol/slots.cpp",
         "int Protocol::Op7(const char* id, char** out) { return 0; }",
         "int f() { return Protocol::Op7(id, (out)); }",
-        "Op7 is listed under fileops/ops.cpp and defined nowhere",
+        "Op7 is listed under protocol/slots.cpp and defined nowhere",
     ),
     "a_slot_in_a_comment_only": (
-        "fileops/ops.cpp",
+        "protocol/slots.cpp",
         "int Protocol::Op7",
         "// int Protocol::Op7",
         "defined nowhere",
     ),
     "a_private_operation_in_another_file": (
         HEADER,
-        "  // listing/list.cpp",
-        "  // listing/gone.cpp",
-        "read is listed under listing/gone.cpp and defined listing/list.cpp",
+        "  // protocol/forwards.cpp",
+        "  // protocol/gone.cpp",
+        "read is listed under protocol/gone.cpp and defined protocol/forwards.cpp",
     ),
     "a_private_operation_without_a_file": (
         HEADER,
@@ -115,22 +124,22 @@ BROKEN = {
         "path stands under no file",
     ),
     "a_private_operation_defined_nowhere": (
-        "listing/list.cpp",
+        "protocol/forwards.cpp",
         "Protocol::follower()",
         "Other::follower()",
-        "follower is listed under listing/list.cpp and defined nowhere",
+        "follower is listed under protocol/forwards.cpp and defined nowhere",
     ),
     "a_body_under_a_file": (
         HEADER,
         "std::function<void(int)> follower();",
         "int follower() { return 1; }",
-        "follower is defined here and listed under listing/list.cpp",
+        "follower is defined here and listed under protocol/forwards.cpp",
     ),
     "a_member_under_a_file": (
         HEADER,
         "  std::function<void(int)> follower();",
         "  int late = 0;\n  std::function<void(int)> follower();",
-        "a member stands under listing/list.cpp",
+        "a member stands under protocol/forwards.cpp",
     ),
     "an_interface_with_fewer_slots": (
         "boundary/abi/protocol_interfaces.h",
@@ -171,7 +180,7 @@ class CheckContents(CheckCase):
                     self.assertRegex(line, rf"^{HEADER}:\d+: ")
 
     def test_names_the_line_of_the_declaration(self):
-        write(self.root, {HEADER: HEADER_TEXT.replace("//  9  fileops", "// 10  fileops")})
+        write(self.root, {HEADER: HEADER_TEXT.replace("/*  9  fileops", "/* 10  fileops")})
         line = HEADER_TEXT[: HEADER_TEXT.index("int Op9(")].count("\n") + 1
         self.assertTrue(self.check()[0].startswith(f"{HEADER}:{line}: Op9 is numbered"))
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the direction of the includes: exports -> protocol -> fileops, listing -> transport -> common.
+"""Holds the direction of the includes: plugin -> protocol -> fileops, listing -> transport/pool ->
+transport/{request,ftp,sftp} -> transport -> common, with boundary/ below all of them.
 
 usage: check_includes.py ROOT
 
@@ -16,10 +17,10 @@ LEAVES = ("boundary/",)
 
 SHARED = ("transport/*",)  # what the rooms of transport/ share
 
-BELOW = ("fileops/", "listing/", "transport/", "common/")  # the folders that protocol/ stands on
+BELOW = ("transport/", "common/")  # what the operations stand on
 
-# The Protocol's own operations that live in listing/: everything else there is a parser.
-BODIES = r"(line_parsers|read_dir|list_directory)"
+# The operations of listing/: everything else there is a parser.
+LISTING_OPERATIONS = r"(read_dir|list_directory)"
 
 LIBCURL = ("curl/", "libssh2", "event2/")
 NOTHING = ()
@@ -31,26 +32,18 @@ TABLE = (
     # A host is built from these alone.
     (r"boundary/abi/.*", ("boundary/abi/",), LIBCURL + ("json/",)),
     (r"boundary/.*", ("boundary/",), LIBCURL + ("json/",)),
-    (r"plugin/exports\.cpp", LEAVES + ("protocol/",) + BELOW, NOTHING),
+    (r"plugin/exports\.cpp", LEAVES + ("protocol/",), NOTHING),
     (r"common/.*", ("common/",) + LEAVES, LIBCURL),
     (r"transport/pool/.*", ("transport/", "common/") + LEAVES, NOTHING),
     (r"transport/request/.*", ("transport/request/", "common/") + SHARED + LEAVES, NOTHING),
     (r"transport/ftp/.*", ("transport/ftp/", "common/") + SHARED + LEAVES, NOTHING),
     (r"transport/sftp/.*", ("transport/sftp/", "common/") + SHARED + LEAVES, NOTHING),
     (r"transport/.*", SHARED + ("common/",) + LEAVES, NOTHING),
-    # The bodies implement the class; of protocol/ they need nothing else.
-    (
-        rf"listing/{BODIES}\.cpp",
-        LEAVES + ("listing/", "protocol/protocol.h", "transport/", "common/"),
-        NOTHING,
-    ),
-    # The parsers know neither connection nor class.
+    (rf"listing/{LISTING_OPERATIONS}\.(h|cpp)", ("listing/",) + BELOW + LEAVES, NOTHING),
+    # The parsers know no connection.
     (r"listing/.*", ("listing/", "common/") + LEAVES, LIBCURL),
-    (r"fileops/.*\.cpp", ("fileops/", "protocol/protocol.h", "transport/", "common/") + LEAVES, NOTHING),
-    (r"fileops/.*", ("fileops/", "transport/", "common/") + LEAVES, NOTHING),
-    # The class has bodies in listing/ and fileops/: were it to include theirs, there would be a cycle.
-    (r"protocol/.*\.h", ("protocol/", "transport/", "common/") + LEAVES, NOTHING),
-    (r"protocol/.*", LEAVES + ("protocol/",) + BELOW, NOTHING),
+    (r"fileops/.*", ("fileops/",) + BELOW + LEAVES, NOTHING),
+    (r"protocol/.*", ("protocol/", "fileops/", "listing/") + BELOW + LEAVES, NOTHING),
     # Proves that the boundary suffices.
     (r"host/cli/.*", ("host/", "boundary/abi/"), LIBCURL),
     (r"host/copy/.*", ("host/copy/", "host/remote/", "host/local/", "host/*", "boundary/abi/"), LIBCURL),

@@ -7,36 +7,39 @@ namespace {
 
 struct PathCase {
   const char* label;
-  settings_map settings;
-  const char* base;
+  path_rules rules;
+  const char* url;
   const char* id;
   const char* path;
 };
 
-const PathCase kPathCases[] = {
-    {"FtpRootStays", {{"type", "ftp"}}, "", "/", "/"},
-    {"FtpDropsTheLeadingSlash", {{"type", "ftp"}}, "", "/x", "x"},
-    {"FtpAddsNoSlashThatStays", {{"type", "ftp"}}, "", "x", "x"},
-    {"FtpBelowARootPath", {{"type", "ftp"}, {"root_path", "/data"}}, "", "/docs/a.txt", "data/docs/a.txt"},
-    {"FtpNullIsTheRoot", {{"type", "ftp"}}, "", nullptr, "/"},
-    {"FtpWithTheUrlInFront", {{"type", "ftp"}, {"root_path", "/d"}}, "ftp://h", "x", "ftp://h/d/x"},
-    {"AUrlThatEndsInASlashDoublesIt",
-     {{"type", "ftp"}, {"root_path", "/d"}},
-     "ftp://h/",
-     "x",
-     "ftp://h//d/x"},
-    {"SftpStaysAbsolute", {{"type", "sftp"}, {"root_path", "/home/u"}}, "", "/x", "/home/u/x"},
-    {"SftpFromTheHomeDirectory", {{"type", "sftp"}, {"sftp_root", "false"}}, "", "/x", "x"},
-    {"SftpHomeItself", {{"type", "sftp"}, {"sftp_root", "false"}}, "", "/", ""},
-    {"NoTypeKeepsEverything", {}, "", "x", "/x"},
-    {"SlashesInsideAreKept", {{"type", "ftp"}}, "", "//a//b/", "/a//b/"},
+constexpr auto kServer = path_origin::kServerRoot;
+constexpr auto kLogin = path_origin::kLoginDirectory;
+constexpr auto kHome = path_origin::kHomeDirectory;
+
+constexpr PathCase kPathCases[] = {
+    {"FtpRootStays", {"", kLogin}, "", "/", "/"},
+    {"FtpDropsTheLeadingSlash", {"", kLogin}, "", "/x", "x"},
+    {"FtpAddsNoSlashThatStays", {"", kLogin}, "", "x", "x"},
+    {"FtpBelowARootPath", {"/data", kLogin}, "", "/docs/a.txt", "data/docs/a.txt"},
+    {"FtpNullIsTheRoot", {"", kLogin}, "", nullptr, "/"},
+    {"FtpWithTheUrlInFront", {"/d", kLogin}, "ftp://h", "x", "ftp://h/d/x"},
+    {"AUrlThatEndsInASlashDoublesIt", {"/d", kLogin}, "ftp://h/", "x", "ftp://h//d/x"},
+    {"SftpStaysAbsolute", {"/home/u", kServer}, "", "/x", "/home/u/x"},
+    {"SftpFromTheHomeDirectory", {"", kHome}, "", "/x", "x"},
+    {"SftpHomeItself", {"", kHome}, "", "/", ""},
+    {"NothingKnownKeepsEverything", {}, "", "x", "/x"},
+    {"SlashesInsideAreKept", {"", kLogin}, "", "//a//b/", "/a//b/"},
 };
 
 class RemotePath : public testing::TestWithParam<PathCase> {};
 
 TEST_P(RemotePath, IsPutTogetherFromItsPieces) {
   const PathCase& want = GetParam();
-  EXPECT_EQ(join_remote_path(want.settings, want.base, want.id), want.path);
+  EXPECT_EQ(url_path(want.rules, want.url, want.id), want.path);
+  if (*want.url == '\0') {
+    EXPECT_EQ(command_path(want.rules, want.id), want.path);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(, RemotePath, testing::ValuesIn(kPathCases),

@@ -1,0 +1,34 @@
+#include "fileops/delete_entry.h"
+
+#include <string>
+
+#include "boundary/log.h"
+#include "fileops/command_texts.h"
+#include "fileops/run_post_quote.h"
+#include "transport/pool/lease.h"
+
+namespace ftp_plugin {
+
+AERROR delete_entry(const server_view& server, const char* path, bool directory) {
+  // Kept on purpose: unlike a new name, a path is not converted to the server's character set; the
+  // identifiers of listings hold the server's bytes. Pinned by Delete.SendsNamesInUtf8WhateverTheServerTakes.
+  const std::string server_path = command_path(server, path);
+  const auto fail = [&](CURLcode code) {
+    log_exec_error("_Delete", path, code);
+    return FAILED;
+  };
+  if (const CURLcode code = check_command_text(server_path, server.is_sftp); code != CURLE_OK) {
+    return fail(code);
+  }
+
+  lease borrowed{server.connected_pool()};
+  connection& con = *borrowed;
+  if (con.GETCURL() == nullptr) return FAILED;
+  const CURLcode code = run_post_quote(con, {delete_command(server_path, server.is_sftp, directory)});
+  if (code != CURLE_OK) return fail(code);
+  if (directory) borrowed.folder_was_moved();
+  borrowed.give_back();
+  return SUCCESS;
+}
+
+}  // namespace ftp_plugin

@@ -1,0 +1,19 @@
+// Sets the modification time of a file on an FTP server: MFMT.
+#pragma once
+
+#include <string>
+
+#include "boundary/abi/error_codes.h"
+#include "transport/pool/server_view.h"
+
+namespace ftp_plugin {
+
+/// Gives `path` (null is empty) the modification time `time`, a time text of which the clock time is sent as
+/// written. The server has to be able to: see can_set_times. A failure is FAILED.
+/// Errors     what server_view::connected_pool throws; std::bad_alloc.
+[[nodiscard]] AERROR set_file_time(const server_view& server, const char* path, const std::string& time);
+
+/// Whether the server sets times: an FTP server that names MFMT among its features.
+[[nodiscard]] bool can_set_times(const server_view& server) noexcept;
+
+}  // namespace ftp_plugin
