@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/fakes/daemons.h"
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
+#include "tests/servers/daemons.h"
 
 namespace {
 

@@ -29,7 +29,7 @@
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
 #include "tests/fakes/relay.h"
-#include "tests/fakes/sshd.h"
+#include "tests/servers/sshd.h"
 
 namespace {
 

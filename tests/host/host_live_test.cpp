@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "host/remote/documents.h"
-#include "tests/fakes/daemons.h"
+#include "tests/servers/daemons.h"
 
 namespace {
 

@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/fakes/daemons.h"
-#include "tests/fakes/sshd.h"
 #include "tests/live/session.h"
+#include "tests/servers/daemons.h"
+#include "tests/servers/sshd.h"
 #include "tests/unit/common/time_zone.h"
 #include "tests/wire/latin1_locale.h"
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/live/servers.h"
 #include "tests/live/session.h"
+#include "tests/servers/servers.h"
 
 namespace {
 

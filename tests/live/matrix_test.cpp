@@ -16,9 +16,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/fakes/daemons.h"
-#include "tests/fakes/sshd.h"
 #include "tests/live/conformance.h"
+#include "tests/servers/daemons.h"
+#include "tests/servers/sshd.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "boundary/abi/file_record.h"
-#include "tests/fakes/daemons.h"
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
+#include "tests/servers/daemons.h"
 
 namespace live {
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <tuple>
 
-#include "tests/live/servers.h"
 #include "tests/live/session.h"
+#include "tests/servers/servers.h"
 
 namespace {
 

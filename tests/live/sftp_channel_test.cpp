@@ -25,7 +25,7 @@
 #include "common/time_text.h"
 #include "listing/basic_line.h"
 #include "tests/fakes/relay.h"
-#include "tests/fakes/sshd.h"
+#include "tests/servers/sshd.h"
 
 namespace ftp_plugin {
 namespace {

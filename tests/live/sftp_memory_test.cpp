@@ -8,8 +8,8 @@
 #include <new>
 #include <string>
 
-#include "tests/fakes/sshd.h"
 #include "tests/leaks/failures.h"
+#include "tests/servers/sshd.h"
 #include "transport/sftp/sftp_channel.h"
 
 namespace ftp_plugin {

@@ -21,7 +21,7 @@
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
 #include "tests/fakes/relay.h"
-#include "tests/fakes/sshd.h"
+#include "tests/servers/sshd.h"
 
 // Of the address sanitizer; null without it.
 extern "C" void __lsan_disable() __attribute__((weak));

@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/live/servers.h"
 #include "tests/live/session.h"
+#include "tests/servers/servers.h"
 
 namespace {
 

@@ -17,8 +17,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/live/servers.h"
 #include "tests/live/session.h"
+#include "tests/servers/servers.h"
 
 namespace {
 

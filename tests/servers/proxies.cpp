@@ -1,7 +1,7 @@
 #include <sstream>
 #include <utility>
 
-#include "tests/fakes/daemon_state.h"
+#include "tests/servers/daemon_state.h"
 
 namespace fakes {
 

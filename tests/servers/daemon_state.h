@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/fakes/daemons.h"
+#include "tests/servers/daemons.h"
 
 namespace fakes {
 

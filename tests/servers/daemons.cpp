@@ -1,10 +1,10 @@
-#include "tests/fakes/daemons.h"
+#include "tests/servers/daemons.h"
 
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
-#include "tests/fakes/daemon_state.h"
+#include "tests/servers/daemon_state.h"
 
 namespace fakes {
 
@@ -154,7 +154,7 @@ Daemon start_pyftpdlib(const DaemonOptions& options) {
   if (options.tls == Tls::kImplicit) throw std::invalid_argument{"pyftpdlib: implicit TLS is not for it"};
   const auto [uid, gid] = server_user();
   std::vector<std::string> command{"/usr/bin/python3",
-                                   std::string{LIVE_FOLDER} + "/pyftpdlib_server.py",
+                                   std::string{SERVERS_FOLDER} + "/pyftpdlib_server.py",
                                    state->host,
                                    std::to_string(state->port.number),
                                    kFirstDataPort,
@@ -183,7 +183,7 @@ Daemon start_inetutils_ftpd(const DaemonOptions& options) {
   state->add_system_user();
   // It keeps nobody in a folder: what is served lies where it lies on this machine.
   state->remote_root = state->served.string();
-  state->start({"/usr/bin/python3", std::string{LIVE_FOLDER} + "/inetd.py", state->host,
+  state->start({"/usr/bin/python3", std::string{SERVERS_FOLDER} + "/inetd.py", state->host,
                 std::to_string(state->port.number), Daemon::State::unpacked("usr/sbin/ftpd").string(),
                 "--auth=pam", "--non-rfc2577"},
                true);

@@ -1,4 +1,4 @@
-#include "tests/fakes/daemon_state.h"
+#include "tests/servers/daemon_state.h"
 
 #include <fcntl.h>
 #include <netinet/in.h>

@@ -1,4 +1,4 @@
-#include "tests/fakes/sshd.h"
+#include "tests/servers/sshd.h"
 
 #include <arpa/inet.h>
 #include <grp.h>

@@ -1,6 +1,6 @@
 // The servers themselves, looked at with the curl program: a failing test of the plug-in must not be the
 // servers' fault.
-#include "tests/fakes/daemons.h"
+#include "tests/servers/daemons.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

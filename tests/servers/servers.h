@@ -4,7 +4,7 @@
 #include <ostream>
 #include <vector>
 
-#include "tests/fakes/daemons.h"
+#include "tests/servers/daemons.h"
 
 namespace live {
 

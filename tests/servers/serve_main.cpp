@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/fakes/daemons.h"
+#include "tests/servers/daemons.h"
 
 namespace {
 
