@@ -23,8 +23,8 @@
 
 namespace {
 
-using fakes::Daemon;
 using fakes::ScopedProtocol;
+using servers::Daemon;
 
 constexpr double kMostTimesMedian = 20;
 constexpr int kBareRequests = 50;  // some of them stall for a second
@@ -91,8 +91,8 @@ void log_in(ScopedProtocol& protocol, const Daemon& server) {
 
 /// Every ranged FTP read costs its control connection, so each logs in. ProFTPD takes 200 ms for a greeting
 /// now and then, whoever asks; vsftpd does not.
-bool bench_reads(const char* road, fakes::Tls tls, int count) {
-  Daemon server = fakes::start_vsftpd({.tls = tls});
+bool bench_reads(const char* road, servers::Tls tls, int count) {
+  Daemon server = servers::start_vsftpd({.tls = tls});
   server.add_file("file.bin", std::string(kFileSize, 'x'));
   ScopedProtocol protocol;
   log_in(protocol, server);
@@ -104,8 +104,8 @@ bool bench_reads(const char* road, fakes::Tls tls, int count) {
                 }));
 }
 
-bool bench_commands(const char* road, fakes::Tls tls, int count) {
-  Daemon server = fakes::start_proftpd({.tls = tls});
+bool bench_commands(const char* road, servers::Tls tls, int count) {
+  Daemon server = servers::start_proftpd({.tls = tls});
   server.add_file("file.bin", std::string(kFileSize, 'x'));
   ScopedProtocol protocol;
   log_in(protocol, server);
@@ -127,7 +127,7 @@ bool bench_commands(const char* road, fakes::Tls tls, int count) {
   return good;
 }
 
-bool bench(const char* road, fakes::Tls tls, int count) {
+bool bench(const char* road, servers::Tls tls, int count) {
   const bool reads = bench_reads(road, tls, count);
   return bench_commands(road, tls, count) && reads;
 }
@@ -139,8 +139,8 @@ int main(int argc, char** argv) {
   std::printf("%-9s %-22s %6s %10s %10s %8s\n", "road", "request", "count", "median ms", "slowest ms",
               "ratio");
   try {
-    const bool plain = bench("FTP", fakes::Tls::kNone, count);
-    const bool tls = bench("FTPS", fakes::Tls::kExplicit, count);
+    const bool plain = bench("FTP", servers::Tls::kNone, count);
+    const bool tls = bench("FTPS", servers::Tls::kExplicit, count);
     if (plain && tls) return 0;
     std::fprintf(stderr, "a request took longer than %.0f times the median of its kind\n", kMostTimesMedian);
   } catch (const std::exception& error) {

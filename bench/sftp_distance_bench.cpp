@@ -79,7 +79,7 @@ class TemporaryFolder {
 /// OpenSSH's client, logged in and waiting for commands.
 class SftpClient {
  public:
-  SftpClient(const fakes::Sshd& server, std::uint16_t port) {
+  SftpClient(const servers::Sshd& server, std::uint16_t port) {
     std::array<int, 2> in{};
     std::array<int, 2> out{};
     demand(pipe(in.data()) == 0 && pipe(out.data()) == 0, "pipe");
@@ -162,7 +162,7 @@ std::size_t received(const fakes::Relay& relay, const std::function<void()>& rea
 }
 
 bool bench(int turns) {
-  fakes::Sshd server;
+  servers::Sshd server;
   std::string content(kFileSize, '\0');
   std::uint32_t state = 1;
   for (char& byte : content) byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);

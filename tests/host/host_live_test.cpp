@@ -27,9 +27,9 @@
 namespace {
 
 namespace fs = std::filesystem;
-using fakes::Daemon;
-using fakes::DaemonOptions;
-using fakes::Tls;
+using servers::Daemon;
+using servers::DaemonOptions;
+using servers::Tls;
 
 struct Server {
   const char* label;
@@ -42,17 +42,19 @@ void PrintTo(const Server& server, std::ostream* out) { *out << server.label; }
 
 // Without MLSD and MFMT times are rounded in the server's zone, and uploads are as old as their transfer.
 const Server kServers[] = {
-    {"ProFtpd", "ftp", [] { return fakes::start_proftpd(); }},
-    {"ProFtpdExplicitTls", "ftps", [] { return fakes::start_proftpd({.tls = Tls::kExplicit}); }},
+    {"ProFtpd", "ftp", [] { return servers::start_proftpd(); }},
+    {"ProFtpdExplicitTls", "ftps", [] { return servers::start_proftpd({.tls = Tls::kExplicit}); }},
     {"ProFtpdListOnlyFarAway", "ftp",
-     [] { return fakes::start_proftpd({.machine_listing = false, .time_zone = "America/New_York"}); }, true,
+     [] { return servers::start_proftpd({.machine_listing = false, .time_zone = "America/New_York"}); }, true,
      false},
-    {"ProFtpdWithoutUtf8", "ftp", [] { return fakes::start_proftpd({.utf8 = false}); }},
-    {"Vsftpd", "ftp", [] { return fakes::start_vsftpd(); }, false, false},
-    {"VsftpdExplicitTls", "ftps", [] { return fakes::start_vsftpd({.tls = Tls::kExplicit}); }, false, false},
-    {"VsftpdFarAway", "ftp", [] { return fakes::start_vsftpd({.time_zone = "Asia/Kolkata"}); }, false, false},
-    {"PureFtpd", "ftp", [] { return fakes::start_pure_ftpd(); }},
-    {"ProFtpdSftp", "sftp", [] { return fakes::start_proftpd_sftp(); }, false, false},
+    {"ProFtpdWithoutUtf8", "ftp", [] { return servers::start_proftpd({.utf8 = false}); }},
+    {"Vsftpd", "ftp", [] { return servers::start_vsftpd(); }, false, false},
+    {"VsftpdExplicitTls", "ftps", [] { return servers::start_vsftpd({.tls = Tls::kExplicit}); }, false,
+     false},
+    {"VsftpdFarAway", "ftp", [] { return servers::start_vsftpd({.time_zone = "Asia/Kolkata"}); }, false,
+     false},
+    {"PureFtpd", "ftp", [] { return servers::start_pure_ftpd(); }},
+    {"ProFtpdSftp", "sftp", [] { return servers::start_proftpd_sftp(); }, false, false},
 };
 const Server& server_named(const std::string& label) {
   return *std::find_if(std::begin(kServers), std::end(kServers),
@@ -226,7 +228,7 @@ INSTANTIATE_TEST_SUITE_P(, HostOnServers, testing::ValuesIn(kServers),
 
 TEST(HostOnAListingThatHangs, EndsWithTheTimeLimit) {
   // A listing that begins with "total N" keeps the plug-in in its search for another header for ever.
-  Daemon server = fakes::start_inetutils_ftpd();
+  Daemon server = servers::start_inetutils_ftpd();
   server.add_file("f", "hello");
   setenv("FTP_PASSWORD", server.password().c_str(), 1);
   const std::string url = "ftp://" + server.user() + "@" + server.host() + ":" +
@@ -238,8 +240,8 @@ TEST(HostOnAListingThatHangs, EndsWithTheTimeLimit) {
 }
 
 TEST(HostThroughAProxy, LogsInWithTheProxysPassword) {
-  const Daemon server = fakes::start_proftpd();
-  const Daemon proxy = fakes::start_microsocks(true);
+  const Daemon server = servers::start_proftpd();
+  const Daemon proxy = servers::start_microsocks(true);
   setenv("FTP_PASSWORD", server.password().c_str(), 1);
   const auto list = [&](const std::string& password) {
     setenv("FTP_PROXY_PASSWORD", password.c_str(), 1);

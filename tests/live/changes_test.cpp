@@ -15,15 +15,15 @@
 #include <vector>
 
 #include "tests/live/session.h"
-#include "tests/servers/servers.h"
+#include "tests/servers/ftp_servers.h"
 
 namespace {
 
-using fakes::Daemon;
-using live::Server;
 using live::Session;
 using live::some_bytes;
 using live::time_text;
+using servers::Daemon;
+using servers::Server;
 using testing::SizeIs;
 
 namespace fs = std::filesystem;
@@ -266,7 +266,7 @@ TEST_P(LiveChanges, AFolderThatIsCreatedAgainIsNotTakenForTheDeletedOne) {
   for (int n = 0; n < 6; ++n) EXPECT_TRUE(exists("docs/" + std::to_string(n))) << n;
 }
 
-INSTANTIATE_TEST_SUITE_P(, LiveChanges, testing::ValuesIn(live::directly_reached_ftp_servers()),
+INSTANTIATE_TEST_SUITE_P(, LiveChanges, testing::ValuesIn(servers::directly_reached_ftp_servers()),
                          [](auto& row) { return row.param.label; });
 
 }  // namespace

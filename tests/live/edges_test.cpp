@@ -26,13 +26,13 @@
 namespace {
 
 namespace fs = std::filesystem;
-using fakes::Daemon;
-using fakes::DaemonOptions;
-using fakes::Tls;
 using ftp_plugin::time_zone;
 using live::Session;
 using live::some_bytes;
 using live::time_text;
+using servers::Daemon;
+using servers::DaemonOptions;
+using servers::Tls;
 using testing::IsEmpty;
 
 /// A running server, whatever its kind.
@@ -82,7 +82,7 @@ std::function<Place(const std::string&)> daemon(Daemon (*start)(const DaemonOpti
 }
 
 Place open_ssh(const std::string& zone) {
-  const auto server = std::make_shared<fakes::Sshd>(fakes::SshdOptions{.time_zone = zone});
+  const auto server = std::make_shared<servers::Sshd>(servers::SshdOptions{.time_zone = zone});
   return {server,         server->url() + server->home().string(), server->user(), server->password(),
           server->home(), [server] { server->hand_over(); }};
 }
@@ -90,17 +90,18 @@ Place open_ssh(const std::string& zone) {
 std::vector<Site> sites() {
   const DaemonOptions kTls{.tls = Tls::kExplicit};
   using enum LinkFacts;
-  return {{"ProFtpd", false, kReachable, false, daemon(fakes::start_proftpd)},
-          {"ProFtpdExplicitTls", false, kReachable, false, daemon(fakes::start_proftpd, kTls)},
-          {"ProFtpdListOnly", false, kNone, false, daemon(fakes::start_proftpd, {.machine_listing = false})},
-          {"Vsftpd", false, kNone, false, daemon(fakes::start_vsftpd)},
-          {"VsftpdExplicitTls", false, kNone, false, daemon(fakes::start_vsftpd, kTls)},
-          {"PureFtpd", false, kAll, true, daemon(fakes::start_pure_ftpd)},
-          {"PureFtpdExplicitTls", false, kAll, true, daemon(fakes::start_pure_ftpd, kTls)},
-          {"Pyftpdlib", false, kFollowed, false, daemon(fakes::start_pyftpdlib)},
-          {"PyftpdlibExplicitTls", false, kFollowed, false, daemon(fakes::start_pyftpdlib, kTls)},
-          {"ProFtpdSftp", true, kNone, false, daemon(fakes::start_proftpd_sftp)},
-          {"OpenSsh", true, kNone, false, open_ssh}};
+  return {
+      {"ProFtpd", false, kReachable, false, daemon(servers::start_proftpd)},
+      {"ProFtpdExplicitTls", false, kReachable, false, daemon(servers::start_proftpd, kTls)},
+      {"ProFtpdListOnly", false, kNone, false, daemon(servers::start_proftpd, {.machine_listing = false})},
+      {"Vsftpd", false, kNone, false, daemon(servers::start_vsftpd)},
+      {"VsftpdExplicitTls", false, kNone, false, daemon(servers::start_vsftpd, kTls)},
+      {"PureFtpd", false, kAll, true, daemon(servers::start_pure_ftpd)},
+      {"PureFtpdExplicitTls", false, kAll, true, daemon(servers::start_pure_ftpd, kTls)},
+      {"Pyftpdlib", false, kFollowed, false, daemon(servers::start_pyftpdlib)},
+      {"PyftpdlibExplicitTls", false, kFollowed, false, daemon(servers::start_pyftpdlib, kTls)},
+      {"ProFtpdSftp", true, kNone, false, daemon(servers::start_proftpd_sftp)},
+      {"OpenSsh", true, kNone, false, open_ssh}};
 }
 
 std::vector<Site> one_site_of_each_protocol() {
@@ -217,7 +218,7 @@ class NamesInLatin1 : public testing::TestWithParam<DaemonOptions> {
   [[nodiscard]] bool on_disk(const std::string& path) const { return fs::exists(server_.folder() / path); }
 
   const wire::Latin1Locale locale_;
-  Daemon server_ = fakes::start_proftpd(GetParam());
+  Daemon server_ = servers::start_proftpd(GetParam());
 };
 
 TEST_P(NamesInLatin1, AreListedInUtf8AndReachedByTheirBytes) {

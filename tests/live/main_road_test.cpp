@@ -9,16 +9,16 @@
 #include <vector>
 
 #include "tests/live/session.h"
-#include "tests/servers/servers.h"
+#include "tests/servers/ftp_servers.h"
 
 namespace {
 
-using fakes::Daemon;
-using fakes::Tls;
-using live::Server;
 using live::Session;
 using live::some_bytes;
 using live::time_text;
+using servers::Daemon;
+using servers::Server;
+using servers::Tls;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -289,15 +289,15 @@ TEST_P(LiveServer, ListsTenThousandEntries) {
   EXPECT_TRUE(keys_of(session.list("/many")) == names);
 }
 
-INSTANTIATE_TEST_SUITE_P(, LiveLogin, testing::ValuesIn(live::every_ftp_server()),
+INSTANTIATE_TEST_SUITE_P(, LiveLogin, testing::ValuesIn(servers::every_ftp_server()),
                          [](auto& row) { return row.param.label; });
-INSTANTIATE_TEST_SUITE_P(, LiveServer, testing::ValuesIn(live::directly_reached_ftp_servers()),
+INSTANTIATE_TEST_SUITE_P(, LiveServer, testing::ValuesIn(servers::directly_reached_ftp_servers()),
                          [](auto& row) { return row.param.label; });
 
 // A server that refuses UTF-8 sends its names in some character set; in the "C" locale nothing can be
 // converted, and the bytes go through as they are.
 TEST(LiveProFtpd, PassesNamesOfAnUnknownCharacterSetThrough) {
-  Daemon server = fakes::start_proftpd({.utf8 = false});
+  Daemon server = servers::start_proftpd({.utf8 = false});
   server.add_file(
       "gr\xFC\xDF"
       "e.txt",

@@ -22,11 +22,11 @@
 
 namespace {
 
-using fakes::Daemon;
-using fakes::DaemonOptions;
-using fakes::Sshd;
-using fakes::Tls;
 using live::Target;
+using servers::Daemon;
+using servers::DaemonOptions;
+using servers::Sshd;
+using servers::Tls;
 
 constexpr int kStepLimitSeconds = 60;
 constexpr int kHangLimitSeconds = 8;  // where it is known that nothing comes back
@@ -74,7 +74,7 @@ Server hanging(const char* name, Daemon (*start)(const DaemonOptions&)) {
 /// OpenSSH with a password, or with the key `kind`.
 Server openssh(const char* name, const char* kind = nullptr) {
   return {name, true, false, [=](bool ipv6) {
-            const auto server = std::make_shared<Sshd>(fakes::SshdOptions{.ipv6 = ipv6});
+            const auto server = std::make_shared<Sshd>(servers::SshdOptions{.ipv6 = ipv6});
             Running running{server,
                             {.url = server->url() + server->home().string(),
                              .user = server->user(),
@@ -92,20 +92,20 @@ Server openssh(const char* name, const char* kind = nullptr) {
 
 std::vector<Server> servers() {
   return {
-      ftp("ProFTPD", fakes::start_proftpd),
-      ftp("ProFTPD, explicit TLS", fakes::start_proftpd, {.tls = Tls::kExplicit}),
-      ftp("ProFTPD, implicit TLS", fakes::start_proftpd, {.tls = Tls::kImplicit}),
-      ftp("ProFTPD, LIST only", fakes::start_proftpd, {.machine_listing = false}),
-      ftp("vsftpd", fakes::start_vsftpd),
-      ftp("vsftpd, explicit TLS", fakes::start_vsftpd, {.tls = Tls::kExplicit}),
-      ftp("vsftpd, implicit TLS", fakes::start_vsftpd, {.tls = Tls::kImplicit}),
-      ftp("Pure-FTPd", fakes::start_pure_ftpd),
-      ftp("Pure-FTPd, explicit TLS", fakes::start_pure_ftpd, {.tls = Tls::kExplicit}),
-      ftp("pyftpdlib", fakes::start_pyftpdlib),
-      ftp("pyftpdlib, explicit TLS", fakes::start_pyftpdlib, {.tls = Tls::kExplicit}),
+      ftp("ProFTPD", servers::start_proftpd),
+      ftp("ProFTPD, explicit TLS", servers::start_proftpd, {.tls = Tls::kExplicit}),
+      ftp("ProFTPD, implicit TLS", servers::start_proftpd, {.tls = Tls::kImplicit}),
+      ftp("ProFTPD, LIST only", servers::start_proftpd, {.machine_listing = false}),
+      ftp("vsftpd", servers::start_vsftpd),
+      ftp("vsftpd, explicit TLS", servers::start_vsftpd, {.tls = Tls::kExplicit}),
+      ftp("vsftpd, implicit TLS", servers::start_vsftpd, {.tls = Tls::kImplicit}),
+      ftp("Pure-FTPd", servers::start_pure_ftpd),
+      ftp("Pure-FTPd, explicit TLS", servers::start_pure_ftpd, {.tls = Tls::kExplicit}),
+      ftp("pyftpdlib", servers::start_pyftpdlib),
+      ftp("pyftpdlib, explicit TLS", servers::start_pyftpdlib, {.tls = Tls::kExplicit}),
       // Its listing begins with "total", which the plug-in waits on for ever.
-      hanging("inetutils-ftpd", fakes::start_inetutils_ftpd),
-      sftp("ProFTPD, SFTP", fakes::start_proftpd_sftp),
+      hanging("inetutils-ftpd", servers::start_inetutils_ftpd),
+      sftp("ProFTPD, SFTP", servers::start_proftpd_sftp),
       openssh("OpenSSH, password"),
       openssh("OpenSSH, Ed25519 key", "ed25519"),
       openssh("OpenSSH, Ed25519 key with pass phrase", "ed25519_phrase"),
@@ -146,17 +146,17 @@ std::vector<Road> roads() {
       {"direct, IPv6", true, true, {}, straight},
       {"active mode, IPv4", false, false, {{"active", "true"}}, straight},
       {"active mode, IPv6", false, true, {{"active", "true"}}, straight},
-      through("SOCKS4 (Dante)", true, "SOCKS4", [] { return fakes::start_dante(); }),
-      through("SOCKS5 (microsocks)", true, "SOCKS5", [] { return fakes::start_microsocks(); }),
+      through("SOCKS4 (Dante)", true, "SOCKS4", [] { return servers::start_dante(); }),
+      through("SOCKS5 (microsocks)", true, "SOCKS5", [] { return servers::start_microsocks(); }),
       through(
-          "SOCKS5 with password (microsocks)", true, "SOCKS5", [] { return fakes::start_microsocks(true); },
+          "SOCKS5 with password (microsocks)", true, "SOCKS5", [] { return servers::start_microsocks(true); },
           true),
-      through("HTTP tunnel (tinyproxy)", true, "HTTP with TUNNEL", [] { return fakes::start_tinyproxy(); }),
+      through("HTTP tunnel (tinyproxy)", true, "HTTP with TUNNEL", [] { return servers::start_tinyproxy(); }),
       through(
           "HTTP tunnel with password (tinyproxy)", true, "HTTP with TUNNEL",
-          [] { return fakes::start_tinyproxy(true); }, true),
-      through("HTTP tunnel (Squid)", true, "HTTP with TUNNEL", [] { return fakes::start_squid(); }),
-      through("HTTP, no tunnel (Squid)", true, "HTTP without TUNNEL", [] { return fakes::start_squid(); }),
+          [] { return servers::start_tinyproxy(true); }, true),
+      through("HTTP tunnel (Squid)", true, "HTTP with TUNNEL", [] { return servers::start_squid(); }),
+      through("HTTP, no tunnel (Squid)", true, "HTTP without TUNNEL", [] { return servers::start_squid(); }),
   };
 }
 

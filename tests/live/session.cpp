@@ -7,7 +7,7 @@
 
 namespace live {
 
-Session::Session(const fakes::Daemon& server, const fakes::FormEntries& login,
+Session::Session(const servers::Daemon& server, const fakes::FormEntries& login,
                  const fakes::FormEntries& options)
     : Session{server.url(), server.user(), server.password(), login, options} {}
 

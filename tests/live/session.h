@@ -17,7 +17,7 @@ class Session {
  public:
   /// Logs in at once; `result()` says what came of it. Everything the plug-in logs meanwhile and later is in
   /// `log()`.
-  explicit Session(const fakes::Daemon& server, const fakes::FormEntries& login = {},
+  explicit Session(const servers::Daemon& server, const fakes::FormEntries& login = {},
                    const fakes::FormEntries& options = {});
   Session(const std::string& url, const std::string& user, const std::string& password,
           const fakes::FormEntries& login = {}, const fakes::FormEntries& options = {});

@@ -11,14 +11,14 @@
 #include <tuple>
 
 #include "tests/live/session.h"
-#include "tests/servers/servers.h"
+#include "tests/servers/ftp_servers.h"
 
 namespace {
 
-using fakes::Daemon;
-using fakes::Tls;
-using live::Server;
 using live::Session;
+using servers::Daemon;
+using servers::Server;
+using servers::Tls;
 using testing::Combine;
 using testing::Values;
 
@@ -80,10 +80,10 @@ TEST_P(LiveTimes, AreReadBackUnchangedInBothHalvesOfTheYear) {
 
 INSTANTIATE_TEST_SUITE_P(
     , LiveTimes,
-    Combine(Values(Server{"ProFtpd", fakes::start_proftpd, {}, true},
-                   Server{"ProFtpdExplicitTls", fakes::start_proftpd, {.tls = Tls::kExplicit}, true},
-                   Server{"PureFtpd", fakes::start_pure_ftpd, {}, true},
-                   Server{"PureFtpdExplicitTls", fakes::start_pure_ftpd, {.tls = Tls::kExplicit}, true}),
+    Combine(Values(Server{"ProFtpd", servers::start_proftpd, {}, true},
+                   Server{"ProFtpdExplicitTls", servers::start_proftpd, {.tls = Tls::kExplicit}, true},
+                   Server{"PureFtpd", servers::start_pure_ftpd, {}, true},
+                   Server{"PureFtpdExplicitTls", servers::start_pure_ftpd, {.tls = Tls::kExplicit}, true}),
             Values(Zone{"Utc", "UTC"}, Zone{"NewYork", "America/New_York"}, Zone{"Kolkata", "Asia/Kolkata"})),
     [](auto& row) {
       return std::string{std::get<0>(row.param).label} + "In" + std::get<1>(row.param).label;
@@ -91,7 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(LiveTime, DoesNotDependOnTheZoneOfTheServer) {
   const ScopedZone zone{"America/New_York"};
-  Daemon server = fakes::start_proftpd({.time_zone = "Asia/Kolkata"});
+  Daemon server = servers::start_proftpd({.time_zone = "Asia/Kolkata"});
   server.add_file("a.txt", "hello");
   const Session session{server};
   _FS_FILE_V2 file;
@@ -101,7 +101,7 @@ TEST(LiveTime, DoesNotDependOnTheZoneOfTheServer) {
 }
 
 TEST(LiveTime, OfAMissingFileCannotBeSetAndTheLoginIsKept) {
-  Daemon server = fakes::start_proftpd({});
+  Daemon server = servers::start_proftpd({});
   server.add_file("a.txt", "hello");
   const Session session{server};
   _FS_FILE_V2 file;
@@ -113,7 +113,7 @@ TEST(LiveTime, OfAMissingFileCannotBeSetAndTheLoginIsKept) {
 
 TEST(LiveTime, CannotBeSetOnAServerThatDoesNotOfferIt) {
   for (Daemon& server :
-       std::array{fakes::start_vsftpd({}), fakes::start_proftpd({.machine_listing = false})}) {
+       std::array{servers::start_vsftpd({}), servers::start_proftpd({.machine_listing = false})}) {
     server.add_file("a.txt", "hello", 1'000'000'000);
     const Session session{server};
     _FS_FILE_V2 file;

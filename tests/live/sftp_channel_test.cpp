@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 using fakes::Relay;
-using fakes::Sshd;
+using servers::Sshd;
 using testing::AnyOf;
 using testing::HasSubstr;
 

@@ -62,7 +62,7 @@ class SftpFiles : public testing::Test {
     return records;
   }
 
-  fakes::Sshd server{{.time_zone = "America/New_York"}};
+  servers::Sshd server{{.time_zone = "America/New_York"}};
   fakes::Logger log;
   fakes::ScopedLogger bound{log};
   fakes::ScopedProtocol protocol;

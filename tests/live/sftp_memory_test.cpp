@@ -46,7 +46,7 @@ void let_each_fail(const server_settings& settings, bool logged_in,
 }
 
 TEST(SftpChannelMemory, MayRunOutAtAnyTime) {
-  const fakes::Sshd server{{.keyboard_interactive = true}};
+  const servers::Sshd server{{.keyboard_interactive = true}};
   fs::create_directory(server.home() / "a directory whose name has to be stored somewhere");
   fs::create_directory_symlink("a directory whose name has to be stored somewhere",
                                server.home() / "a -> link");

@@ -31,7 +31,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using fakes::Sshd;
+using servers::Sshd;
 using testing::IsEmpty;
 
 /// Bytes that differ from place to place.

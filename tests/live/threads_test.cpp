@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tests/live/session.h"
-#include "tests/servers/servers.h"
+#include "tests/servers/ftp_servers.h"
 
 namespace {
 
@@ -22,17 +22,17 @@ std::ptrdiff_t open_descriptors() {
   return std::distance(std::filesystem::directory_iterator{"/proc/self/fd"}, {});
 }
 
-class LiveThreads : public testing::TestWithParam<live::Server> {};
+class LiveThreads : public testing::TestWithParam<servers::Server> {};
 
 TEST_P(LiveThreads, ManyMixListingsLookUpsAndReadsOnOneObject) {
   // ProFTPD takes no new session for 200 ms after one has ended, and every ranged read ends one: sixteen
   // threads would wait for their logins beyond any limit.
-  const bool slow = GetParam().start_it == fakes::start_proftpd;
+  const bool slow = GetParam().start_it == servers::start_proftpd;
   const int threads_wanted = slow ? 4 : 16;
   const int operations = slow ? 100 : 400;
   constexpr int kFiles = 7;
   constexpr std::size_t kSize = 150'000;
-  fakes::Daemon server = GetParam().start();
+  servers::Daemon server = GetParam().start();
   std::vector<std::string> contents;
   for (unsigned n = 0; n < kFiles; ++n) {
     contents.push_back(some_bytes(kSize, n + 1));
@@ -90,10 +90,10 @@ TEST_P(LiveThreads, ManyMixListingsLookUpsAndReadsOnOneObject) {
 
 // pyftpdlib 1.5.7 mixes up its sessions when several of them abort transfers at once: a new session is sent
 // "226 Transfer complete." in answer to SIZE.
-std::vector<live::Server> servers_for_threads() {
-  std::vector<live::Server> servers = live::directly_reached_ftp_servers();
+std::vector<servers::Server> servers_for_threads() {
+  std::vector<servers::Server> servers = servers::directly_reached_ftp_servers();
   std::erase_if(servers,
-                [](const live::Server& server) { return server.start_it == fakes::start_pyftpdlib; });
+                [](const servers::Server& server) { return server.start_it == servers::start_pyftpdlib; });
   return servers;
 }
 

@@ -18,17 +18,17 @@
 #include <vector>
 
 #include "tests/live/session.h"
-#include "tests/servers/servers.h"
+#include "tests/servers/ftp_servers.h"
 
 namespace {
 
 using fakes::CacheSource;
-using fakes::Daemon;
-using fakes::Tls;
-using live::Server;
 using live::Session;
 using live::some_bytes;
 using live::time_text;
+using servers::Daemon;
+using servers::Server;
+using servers::Tls;
 using testing::AllOf;
 using testing::Ge;
 using testing::HasSubstr;
@@ -177,13 +177,13 @@ TEST_P(LiveUpload, ManyAtOnceAreAllWhole) {
 }
 
 TEST(LiveUploadToPureFtpd, IsNoSuccessWhenTheServerChoseAnotherName) {
-  Daemon server = fakes::start_pure_ftpd({});
+  Daemon server = servers::start_pure_ftpd({});
   const Session session{server};
   EXPECT_EQ(upload(session, "", " leading blank", "hello"), FAILED) << session.transcript();
   EXPECT_EQ(bytes_of(server.folder() / "_leading blank"), "hello") << "which is what this server does";
 }
 
-INSTANTIATE_TEST_SUITE_P(, LiveUpload, testing::ValuesIn(live::directly_reached_ftp_servers()),
+INSTANTIATE_TEST_SUITE_P(, LiveUpload, testing::ValuesIn(servers::directly_reached_ftp_servers()),
                          [](auto& row) { return row.param.label; });
 
 // Over TLS 1.3 libcurl offers a session ticket that is used up, and a server that demands the session of the
@@ -206,10 +206,10 @@ TEST_P(LiveUploadsInARow, AreAllWholeWhereTheServerDemandsTheSessionOnDataConnec
 
 INSTANTIATE_TEST_SUITE_P(
     , LiveUploadsInARow,
-    testing::Values(Server{"ProFtpdExplicitTls", fakes::start_proftpd, {.tls = Tls::kExplicit}, true},
-                    Server{"ProFtpdImplicitTls", fakes::start_proftpd, {.tls = Tls::kImplicit}, true},
-                    Server{"VsftpdExplicitTls", fakes::start_vsftpd, {.tls = Tls::kExplicit}, false},
-                    Server{"VsftpdImplicitTls", fakes::start_vsftpd, {.tls = Tls::kImplicit}, false}),
+    testing::Values(Server{"ProFtpdExplicitTls", servers::start_proftpd, {.tls = Tls::kExplicit}, true},
+                    Server{"ProFtpdImplicitTls", servers::start_proftpd, {.tls = Tls::kImplicit}, true},
+                    Server{"VsftpdExplicitTls", servers::start_vsftpd, {.tls = Tls::kExplicit}, false},
+                    Server{"VsftpdImplicitTls", servers::start_vsftpd, {.tls = Tls::kImplicit}, false}),
     [](auto& row) { return row.param.label; });
 
 /// A file that is nowhere: each aligned eight bytes are made of where they stand.
@@ -232,7 +232,7 @@ class EndlessCache final : public ICacheIO {
 TEST(LiveUploadOfAGibibyte, ArrivesWhole) {
   constexpr std::uint64_t kSize = 1ULL << 30;
   constexpr std::size_t kPiece = 1U << 20;
-  Daemon server = fakes::start_proftpd({});
+  Daemon server = servers::start_proftpd({});
   const Session session{server};
   EndlessCache cache;
   _FS_FILE_V2 file;

@@ -24,7 +24,7 @@
 
 extern char** environ;
 
-namespace fakes {
+namespace servers {
 namespace {
 
 namespace fs = std::filesystem;
@@ -352,4 +352,4 @@ void Daemon::hand_over() {
   for (const auto& entry : fs::recursive_directory_iterator{folder()}) give_to_server(entry.path());
 }
 
-}  // namespace fakes
+}  // namespace servers

@@ -1,5 +1,5 @@
 // What the start_ functions of daemons.h are made of: the folder, the port and the process of one server.
-// For daemons.cpp and proxies.cpp only.
+// For daemons.cpp, proxies.cpp and daemon_state.cpp only.
 #pragma once
 
 #include <sys/types.h>
@@ -14,7 +14,7 @@
 
 #include "tests/servers/daemons.h"
 
-namespace fakes {
+namespace servers {
 
 inline const std::string kUser = "tester";
 // The bytes that a URL, a colon list or a quoted text would stumble over belong into every login of a test.
@@ -130,4 +130,4 @@ struct Daemon::State {
   [[nodiscard]] bool answers(bool greets, std::chrono::steady_clock::time_point deadline) const;
 };
 
-}  // namespace fakes
+}  // namespace servers

@@ -6,7 +6,7 @@
 
 #include "tests/servers/daemon_state.h"
 
-namespace fakes {
+namespace servers {
 
 namespace fs = std::filesystem;
 
@@ -190,4 +190,4 @@ Daemon start_inetutils_ftpd(const DaemonOptions& options) {
   return Daemon{std::move(state)};
 }
 
-}  // namespace fakes
+}  // namespace servers

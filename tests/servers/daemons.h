@@ -24,7 +24,7 @@
 #include <string_view>
 #include <vector>
 
-namespace fakes {
+namespace servers {
 
 enum class Tls {
   kNone,
@@ -103,4 +103,4 @@ class Daemon {
 /// HTTP with CONNECT to any port, and ftp:// URLs, by Squid.
 [[nodiscard]] Daemon start_squid(bool credentials = false);
 
-}  // namespace fakes
+}  // namespace servers

@@ -22,9 +22,9 @@
 
 namespace {
 
-using fakes::Daemon;
-using fakes::DaemonOptions;
-using fakes::Tls;
+using servers::Daemon;
+using servers::DaemonOptions;
+using servers::Tls;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -93,26 +93,26 @@ TEST_P(EveryServer, ServesAndTakesFilesOfItsUserOnly) {
 
 INSTANTIATE_TEST_SUITE_P(
     , EveryServer,
-    testing::Values(Row{"ProFtpdPlain", fakes::start_proftpd, {}},
-                    Row{"ProFtpdExplicit", fakes::start_proftpd, {.tls = Tls::kExplicit}},
-                    Row{"ProFtpdImplicit", fakes::start_proftpd, {.tls = Tls::kImplicit}},
-                    Row{"ProFtpdOverIpv6", fakes::start_proftpd, {.ipv6 = true}},
-                    Row{"VsftpdPlain", fakes::start_vsftpd, {}},
-                    Row{"VsftpdExplicit", fakes::start_vsftpd, {.tls = Tls::kExplicit}},
-                    Row{"VsftpdImplicit", fakes::start_vsftpd, {.tls = Tls::kImplicit}},
-                    Row{"VsftpdOverIpv6", fakes::start_vsftpd, {.ipv6 = true}},
-                    Row{"PureFtpdPlain", fakes::start_pure_ftpd, {}},
-                    Row{"PureFtpdExplicit", fakes::start_pure_ftpd, {.tls = Tls::kExplicit}},
-                    Row{"PureFtpdOverIpv6", fakes::start_pure_ftpd, {.ipv6 = true}},
-                    Row{"PyftpdlibPlain", fakes::start_pyftpdlib, {}},
-                    Row{"PyftpdlibExplicit", fakes::start_pyftpdlib, {.tls = Tls::kExplicit}},
-                    Row{"PyftpdlibOverIpv6", fakes::start_pyftpdlib, {.ipv6 = true}},
-                    Row{"InetutilsPlain", fakes::start_inetutils_ftpd, {}},
-                    Row{"InetutilsOverIpv6", fakes::start_inetutils_ftpd, {.ipv6 = true}}),
+    testing::Values(Row{"ProFtpdPlain", servers::start_proftpd, {}},
+                    Row{"ProFtpdExplicit", servers::start_proftpd, {.tls = Tls::kExplicit}},
+                    Row{"ProFtpdImplicit", servers::start_proftpd, {.tls = Tls::kImplicit}},
+                    Row{"ProFtpdOverIpv6", servers::start_proftpd, {.ipv6 = true}},
+                    Row{"VsftpdPlain", servers::start_vsftpd, {}},
+                    Row{"VsftpdExplicit", servers::start_vsftpd, {.tls = Tls::kExplicit}},
+                    Row{"VsftpdImplicit", servers::start_vsftpd, {.tls = Tls::kImplicit}},
+                    Row{"VsftpdOverIpv6", servers::start_vsftpd, {.ipv6 = true}},
+                    Row{"PureFtpdPlain", servers::start_pure_ftpd, {}},
+                    Row{"PureFtpdExplicit", servers::start_pure_ftpd, {.tls = Tls::kExplicit}},
+                    Row{"PureFtpdOverIpv6", servers::start_pure_ftpd, {.ipv6 = true}},
+                    Row{"PyftpdlibPlain", servers::start_pyftpdlib, {}},
+                    Row{"PyftpdlibExplicit", servers::start_pyftpdlib, {.tls = Tls::kExplicit}},
+                    Row{"PyftpdlibOverIpv6", servers::start_pyftpdlib, {.ipv6 = true}},
+                    Row{"InetutilsPlain", servers::start_inetutils_ftpd, {}},
+                    Row{"InetutilsOverIpv6", servers::start_inetutils_ftpd, {.ipv6 = true}}),
     [](auto& row) { return row.param.label; });
 
 TEST(ProFtpd, SpeaksSftpToo) {
-  Daemon server = fakes::start_proftpd_sftp({});
+  Daemon server = servers::start_proftpd_sftp({});
   server.add_file("folder/hello.txt", "hello");
   EXPECT_EQ(server.url().substr(0, 7), "sftp://");
   const Answer read = run_curl("-svk --max-time 60 -u '" + server.user() + ":" + server.password() + "' '" +
@@ -129,13 +129,13 @@ struct ProxyRow {
 };
 void PrintTo(const ProxyRow& row, std::ostream* out) { *out << row.label; }
 
-Daemon dante(bool) { return fakes::start_dante(); }
+Daemon dante(bool) { return servers::start_dante(); }
 
 class EveryProxy : public testing::TestWithParam<ProxyRow> {};
 
 TEST_P(EveryProxy, CarriesFtpForThoseItKnows) {
   const ProxyRow& row = GetParam();
-  Daemon server = fakes::start_proftpd({});
+  Daemon server = servers::start_proftpd({});
   server.add_file("hello.txt", "hello");
   Daemon proxy = row.start(row.credentials);
   const std::string at = " " + proxy.host() + ":" + std::to_string(proxy.port());
@@ -158,16 +158,16 @@ INSTANTIATE_TEST_SUITE_P(
     , EveryProxy,
     testing::Values(ProxyRow{"DanteSocks4", dante, "--socks4", false},
                     ProxyRow{"DanteSocks5", dante, "--socks5", false},
-                    ProxyRow{"MicrosocksOpen", fakes::start_microsocks, "--socks5", false},
-                    ProxyRow{"MicrosocksWithCredentials", fakes::start_microsocks, "--socks5", true},
-                    ProxyRow{"TinyproxyOpen", fakes::start_tinyproxy, "-x", false},
-                    ProxyRow{"TinyproxyWithCredentials", fakes::start_tinyproxy, "-x", true},
-                    ProxyRow{"SquidOpen", fakes::start_squid, "-x", false},
-                    ProxyRow{"SquidWithCredentials", fakes::start_squid, "-x", true}),
+                    ProxyRow{"MicrosocksOpen", servers::start_microsocks, "--socks5", false},
+                    ProxyRow{"MicrosocksWithCredentials", servers::start_microsocks, "--socks5", true},
+                    ProxyRow{"TinyproxyOpen", servers::start_tinyproxy, "-x", false},
+                    ProxyRow{"TinyproxyWithCredentials", servers::start_tinyproxy, "-x", true},
+                    ProxyRow{"SquidOpen", servers::start_squid, "-x", false},
+                    ProxyRow{"SquidWithCredentials", servers::start_squid, "-x", true}),
     [](auto& row) { return row.param.label; });
 
 TEST(ProFtpd, WithoutMachineListingRefusesItsCommandsAndDoesNotOfferThem) {
-  Daemon server = fakes::start_proftpd({.machine_listing = false});
+  Daemon server = servers::start_proftpd({.machine_listing = false});
   server.add_file("a.txt", "a");
   const Answer answer = curl(server, Tls::kNone, "/",
                              "-Q FEAT -Q '*OPTS MLST type;unique;size;modify;' "
@@ -180,9 +180,9 @@ TEST(ProFtpd, WithoutMachineListingRefusesItsCommandsAndDoesNotOfferThem) {
 }
 
 TEST(ProFtpd, WithoutUtf8RefusesTheOption) {
-  Daemon plain = fakes::start_proftpd({.utf8 = false});
+  Daemon plain = servers::start_proftpd({.utf8 = false});
   EXPECT_THAT(curl(plain, Tls::kNone, "/", "-Q '*OPTS UTF8 ON'").out, Not(HasSubstr("< 200 UTF8")));
-  Daemon utf8 = fakes::start_proftpd({});
+  Daemon utf8 = servers::start_proftpd({});
   EXPECT_THAT(curl(utf8, Tls::kNone, "/", "-Q '*OPTS UTF8 ON'").out, HasSubstr("< 200 UTF8"));
 }
 
@@ -203,7 +203,7 @@ TEST(Daemon, EndsWithTheProgramThatStartedItHoweverThatDiesAndLeavesNothing) {
   ASSERT_EQ(pipe(ends), 0);
   const pid_t child = fork();
   if (child == 0) {
-    const auto server = std::make_unique<Daemon>(fakes::start_proftpd({}));
+    const auto server = std::make_unique<Daemon>(servers::start_proftpd({}));
     std::ifstream file{server->folder().parent_path() / "pid"};
     Started started{};
     file >> started.daemon;

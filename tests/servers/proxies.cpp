@@ -3,7 +3,7 @@
 
 #include "tests/servers/daemon_state.h"
 
-namespace fakes {
+namespace servers {
 
 namespace fs = std::filesystem;
 
@@ -95,4 +95,4 @@ Daemon start_squid(bool credentials) {
   return Daemon{std::move(state)};
 }
 
-}  // namespace fakes
+}  // namespace servers

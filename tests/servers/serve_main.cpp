@@ -19,23 +19,23 @@
 
 namespace {
 
-using fakes::Daemon;
-using fakes::Tls;
+using servers::Daemon;
+using servers::Tls;
 
 const std::map<std::string, std::function<Daemon()>> kServers = {
-    {"proftpd", [] { return fakes::start_proftpd(); }},
-    {"proftpd-tls", [] { return fakes::start_proftpd({.tls = Tls::kExplicit}); }},
-    {"proftpd-implicit-tls", [] { return fakes::start_proftpd({.tls = Tls::kImplicit}); }},
-    {"proftpd-list-only", [] { return fakes::start_proftpd({.machine_listing = false}); }},
-    {"vsftpd", [] { return fakes::start_vsftpd(); }},
-    {"vsftpd-tls", [] { return fakes::start_vsftpd({.tls = Tls::kExplicit}); }},
-    {"vsftpd-implicit-tls", [] { return fakes::start_vsftpd({.tls = Tls::kImplicit}); }},
-    {"pure-ftpd", [] { return fakes::start_pure_ftpd(); }},
-    {"pyftpdlib", [] { return fakes::start_pyftpdlib(); }},
-    {"pyftpdlib-tls", [] { return fakes::start_pyftpdlib({.tls = Tls::kExplicit}); }},
-    {"inetutils-ftpd", [] { return fakes::start_inetutils_ftpd(); }},
-    {"proftpd-sftp", [] { return fakes::start_proftpd_sftp(); }},
-    {"pure-ftpd-tls", [] { return fakes::start_pure_ftpd({.tls = Tls::kExplicit}); }},
+    {"proftpd", [] { return servers::start_proftpd(); }},
+    {"proftpd-tls", [] { return servers::start_proftpd({.tls = Tls::kExplicit}); }},
+    {"proftpd-implicit-tls", [] { return servers::start_proftpd({.tls = Tls::kImplicit}); }},
+    {"proftpd-list-only", [] { return servers::start_proftpd({.machine_listing = false}); }},
+    {"vsftpd", [] { return servers::start_vsftpd(); }},
+    {"vsftpd-tls", [] { return servers::start_vsftpd({.tls = Tls::kExplicit}); }},
+    {"vsftpd-implicit-tls", [] { return servers::start_vsftpd({.tls = Tls::kImplicit}); }},
+    {"pure-ftpd", [] { return servers::start_pure_ftpd(); }},
+    {"pyftpdlib", [] { return servers::start_pyftpdlib(); }},
+    {"pyftpdlib-tls", [] { return servers::start_pyftpdlib({.tls = Tls::kExplicit}); }},
+    {"inetutils-ftpd", [] { return servers::start_inetutils_ftpd(); }},
+    {"proftpd-sftp", [] { return servers::start_proftpd_sftp(); }},
+    {"pure-ftpd-tls", [] { return servers::start_pure_ftpd({.tls = Tls::kExplicit}); }},
 };
 
 int serve(const std::filesystem::path& content, const std::vector<std::string>& names) {

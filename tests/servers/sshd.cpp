@@ -24,7 +24,7 @@
 
 #include "tests/fakes/socket.h"
 
-namespace fakes {
+namespace servers {
 namespace {
 
 namespace fs = std::filesystem;
@@ -71,8 +71,8 @@ std::vector<pid_t> descendants_of(pid_t parent) {
   return found;
 }
 
-Socket connect_to(const std::string& host, std::uint16_t port) {
-  return connect_to_loopback(host.find(':') == std::string::npos ? AF_INET : AF_INET6, port);
+fakes::Socket connect_to(const std::string& host, std::uint16_t port) {
+  return fakes::connect_to_loopback(host.find(':') == std::string::npos ? AF_INET : AF_INET6, port);
 }
 
 }  // namespace
@@ -95,7 +95,7 @@ Sshd::Sshd(const SshdOptions& options)
   try {
     prepare(options);
     for (int n = 0; n < kPortsToTry; ++n) {
-      port_ = local_port(listen_on_loopback(options.ipv6 ? AF_INET6 : AF_INET));
+      port_ = fakes::local_port(fakes::listen_on_loopback(options.ipv6 ? AF_INET6 : AF_INET));
       if (start_once()) return;  // else somebody else took the port meanwhile
     }
     fail("no free port");
@@ -257,4 +257,4 @@ std::size_t Sshd::logins() const {
   return count;
 }
 
-}  // namespace fakes
+}  // namespace servers

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace fakes {
+namespace servers {
 
 struct SshdOptions {
   bool password = true;               ///< offers the method "password"
@@ -81,4 +81,4 @@ class Sshd {
   pid_t child_ = -1;
 };
 
-}  // namespace fakes
+}  // namespace servers
