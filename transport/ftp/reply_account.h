@@ -5,11 +5,16 @@
 #include <cstdint>
 #include <string_view>
 
+#include "transport/ftp/reply_lines.h"
+
 namespace ftp_plugin {
 
 /// libcurl keeps what it has read behind the end of a reply and reads that first next time. In a request that
-/// sends no command before, it then reads with a pointer into the buffer of the request before, which is
-/// freed. So such a connection must not see another request.
+/// sends no command before, libcurl 7 then reads with a pointer into the buffer of the request before, which
+/// is freed. So such a connection must not see another request.
+/// Rests on how libcurl 7 counts and where it has a line; libcurl 8 does both in another way, and this
+/// account then says nothing. What it alone can tell is a reply over TLS of which half a line came with the
+/// one before; the rest byte_account tells on both.
 class reply_account {
  public:
   /// A request begins.
@@ -21,8 +26,8 @@ class reply_account {
     // A kept line without a code (an empty one, a text behind the greeting) is no answer; libcurl passes over
     // it. Behind the end of a transfer nothing is decided any more: the answers to ABOR and to libcurl's own
     // QUIT.
-    if (kept_ > 0 && kept_is_certain_ && has_code(line) && !transfer_began_) out_of_step_ = true;
-    if (has_code(line) && line[0] == '1')
+    if (kept_ > 0 && kept_is_certain_ && has_reply_code(line) && !transfer_began_) out_of_step_ = true;
+    if (has_reply_code(line) && line[0] == '1')
       transfer_began_ = true;  // "150 ...": the end of the data is told by another reply
     // In the middle of a long reply libcurl begins its buffer anew and reads half a line twice. How much that
     // was is not quite certain: it could have come piece by piece. (Below 0 are the lines of a proxy, which
@@ -53,13 +58,6 @@ class reply_account {
   [[nodiscard]] bool is_out_of_step() const noexcept { return out_of_step_; }
 
  private:
-  static bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
-  static bool has_code(std::string_view line) noexcept {
-    return line.size() > 3 && is_digit(line[0]) && is_digit(line[1]) && is_digit(line[2]) &&
-           (line[3] == ' ' || line[3] == '-');
-  }
-  static bool ends_reply(std::string_view line) noexcept { return has_code(line) && line[3] == ' '; }
-
   std::int64_t header_size_ = 0;
   std::int64_t unseen_ = 0;  // bytes of the reply at hand, and behind it, that were read and not looked at
   const char* next_line_ = nullptr;  // where the reply at hand goes on; not to be read

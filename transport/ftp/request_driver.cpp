@@ -12,6 +12,7 @@
 
 #include "boundary/log.h"
 #include "transport/curl_trace.h"
+#include "transport/ftp/received_bytes.h"
 #include "transport/sigpipe_guard.h"
 
 namespace ftp_plugin {
@@ -24,6 +25,27 @@ constexpr int kLongestPauseMs = 8;
 bool is_readable(curl_socket_t socket) noexcept {
   pollfd watched{socket, POLLIN, 0};
   return poll(&watched, 1, 0) != 0;
+}
+
+/// The control socket, as byte_account asks it.
+struct control_counter {
+  curl_socket_t socket;
+  [[nodiscard]] std::optional<std::int64_t> received() const noexcept { return bytes_received(socket); }
+  [[nodiscard]] std::optional<std::int64_t> read() const noexcept { return bytes_read(socket); }
+  [[nodiscard]] std::int64_t waiting() const noexcept { return bytes_waiting(socket); }
+};
+
+/// reply_account rests on how libcurl 7 works.
+bool account_fits_libcurl() noexcept {
+  static const bool fits = curl_version_info(CURLVERSION_NOW)->version_num < 0x080000;
+  return fits;
+}
+
+/// Whether the URL of `curl` is one of implicit TLS.
+bool begins_with_tls(CURL* curl) noexcept {
+  const char* url = nullptr;
+  curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &url);
+  return url != nullptr && std::string_view{url}.starts_with("ftps://");
 }
 
 }  // namespace
@@ -55,8 +77,10 @@ void request_driver::watch_replies(CURL* curl) noexcept {
 
 int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept {
   auto& driver = *static_cast<request_driver*>(self);
+  const control_counter control{driver.sockets_.empty() ? CURL_SOCKET_BAD : driver.sockets_.front()};
   if (type == CURLINFO_HEADER_OUT) {
     driver.reply_is_due_ = true;
+    driver.bytes_.take_command({data, size}, control);
     driver.asked_for_private_data_ = std::string_view{data, size}.starts_with("PROT P");
   }
   if (type == CURLINFO_HEADER_IN) {
@@ -67,17 +91,21 @@ int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_
       driver.reply_came_first_ = true;
       return 0;
     }
-    long header_size = 0;
-    curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
     const std::string_view line{data, size};
-    driver.replies_.take_line(line, header_size);
+    if (account_fits_libcurl()) {
+      long header_size = 0;
+      curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
+      driver.replies_.take_line(line, header_size);
+    }
+    driver.bytes_.take_line(line, control);
     if (driver.asked_for_private_data_) driver.data_is_private_ = line.starts_with('2');
   }
   return CURLDebug(curl, type, data, size, nullptr);
 }
 
 std::size_t request_driver::take_header(char*, std::size_t size, std::size_t count, void* self) noexcept {
-  return static_cast<request_driver*>(self)->reply_came_first_ ? 0 : size * count;
+  const auto& driver = *static_cast<request_driver*>(self);
+  return driver.reply_came_first_ || driver.is_out_of_step() ? 0 : size * count;
 }
 
 curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
@@ -90,7 +118,10 @@ curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_
   }
   const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
   if (opened < 0) return CURL_SOCKET_BAD;
-  if (driver.sockets_.empty()) driver.data_is_private_ = false;  // another control connection
+  if (driver.sockets_.empty()) {  // another control connection
+    driver.data_is_private_ = false;
+    driver.bytes_.begin_connection(driver.encrypted_from_the_start_);
+  }
   driver.sockets_.push_back(opened);
   driver.reply_is_due_ = true;  // the greeting, or a proxy's answer
   return opened;
@@ -119,7 +150,9 @@ int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {
 CURLcode request_driver::run(CURL* curl) {
   curl_multi_remove_handle(multi_, curl);  // still there from the last request
   if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
+  encrypted_from_the_start_ = begins_with_tls(curl);
   replies_.begin();
+  bytes_.begin_request();
   reply_is_due_ = false;
   reply_came_first_ = false;
   int wait_ms = 0;
@@ -141,6 +174,14 @@ CURLcode request_driver::run(CURL* curl) {
   return result;
 }
 
+bool request_driver::is_out_of_step() const noexcept {
+  return replies_.is_out_of_step() || bytes_.is_out_of_step();
+}
+
+bool request_driver::has_unasked_reply() const noexcept {
+  return replies_.keeps_bytes() || bytes_.has_unasked_bytes();
+}
+
 CURLcode request_driver::perform(CURL* curl) {
   const sigpipe_guard guard;
   CURLcode result = run(curl);
@@ -149,9 +190,11 @@ CURLcode request_driver::perform(CURL* curl) {
     result = run(curl);
   }
   // Pinned by Upload.ASecondReplyIsNotTakenForTheSizeThatTheServerHas.
-  if (replies_.keeps_bytes() || replies_.is_out_of_step()) close_connections(curl);
+  if (has_unasked_reply() || is_out_of_step()) close_connections(curl);
+  // A write error is how take_header() ends a request.
   // Pinned by Move.ASecondReplyToTheSourceIsNoAnswerToTheTarget.
-  if (replies_.is_out_of_step() && result == CURLE_OK) return CURLE_WEIRD_SERVER_REPLY;
+  if (is_out_of_step() && (result == CURLE_OK || result == CURLE_WRITE_ERROR))
+    return CURLE_WEIRD_SERVER_REPLY;
   return result;
 }
 

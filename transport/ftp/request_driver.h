@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/pinned.h"
+#include "transport/ftp/byte_account.h"
 #include "transport/ftp/reply_account.h"
 
 namespace ftp_plugin {
@@ -62,9 +63,11 @@ class request_driver : pinned {
   static curl_socket_t open_socket(void* self, curlsocktype purpose, struct curl_sockaddr* address) noexcept;
   static int close_socket(void* self, curl_socket_t socket) noexcept;
   static int set_up_socket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept;
-  /// Header function: ends a request at a reply before its first command.
+  /// Header function: ends a request at a reply that is no answer to its commands, before libcurl acts on it.
   static std::size_t take_header(char* line, std::size_t size, std::size_t count, void* self) noexcept;
   CURLcode run(CURL* curl);
+  [[nodiscard]] bool is_out_of_step() const noexcept;
+  [[nodiscard]] bool has_unasked_reply() const noexcept;
   /// Waits until libcurl has something to do, or the control socket has something to say, at most `wait_ms`;
   /// which becomes how long the next wait may take.
   void wait(int& wait_ms);
@@ -74,7 +77,9 @@ class request_driver : pinned {
   bool refuse_ = false;
   bool asked_for_private_data_ = false;  // by the last command
   bool data_is_private_ = false;         // the server awaits TLS on data connections
+  byte_account bytes_;                   // of the control connection
   // Of the request that runs:
+  bool encrypted_from_the_start_ = false;
   reply_account replies_;
   bool reply_is_due_ = false;  // a command was sent, or a socket opened
   bool reply_came_first_ = false;

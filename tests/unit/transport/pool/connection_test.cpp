@@ -284,7 +284,7 @@ class LateReply final : public ILog {
   void Write(LOGLEVEL, const char* format, va_list arguments) override {
     std::array<char, 256> line{};
     std::vsnprintf(line.data(), line.size(), format, arguments);
-    if (std::string_view{line.data()}.find("Re-using existing connection") == std::string_view::npos) return;
+    if (std::string_view{line.data()}.find("Re-using existing ") == std::string_view::npos) return;
     gate_.open();
     pollfd waiting{control_, POLLIN, 0};
     came_ = came_ || poll(&waiting, 1, 10'000) == 1;
