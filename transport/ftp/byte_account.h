@@ -70,6 +70,9 @@ class byte_account {
     if (knows_ && began_) unasked_ = count_unasked(counter);
   }
 
+  /// Whether the server has agreed on TLS for this connection.
+  [[nodiscard]] bool is_encrypted() const noexcept { return encrypted_; }
+
   /// Whether something came in behind the last reply that is no answer to anything.
   [[nodiscard]] bool has_unasked_bytes() const noexcept { return unasked_ > 0; }
 

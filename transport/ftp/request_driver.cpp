@@ -41,6 +41,13 @@ bool account_fits_libcurl() noexcept {
   return fits;
 }
 
+/// Whether libcurl does the TLS handshake on a data connection that it accepts in active mode. 7.88.1 does
+/// not; of the versions between the two nobody here knows.
+bool libcurl_encrypts_accepted_data() noexcept {
+  static const bool does = curl_version_info(CURLVERSION_NOW)->version_num >= 0x080e01;
+  return does;
+}
+
 /// Whether the URL of `curl` is one of implicit TLS.
 bool begins_with_tls(CURL* curl) noexcept {
   const char* url = nullptr;
@@ -132,9 +139,11 @@ int request_driver::set_up_socket(void* self, curl_socket_t socket, curlsocktype
   // Not for the programs that the host starts: a copy of the data connection of active mode, which libcurl
   // accepts by itself, would keep the server waiting for the end of an upload.
   (void)fcntl(socket, F_SETFD, FD_CLOEXEC);
-  if (!static_cast<request_driver*>(self)->data_is_private_) return CURL_SOCKOPT_OK;
-  // libcurl 7.88.1 begins no TLS handshake on it: the bytes of an upload would leave in clear, and everything
-  // else would wait for 20 s. Pinned by
+  const auto& driver = *static_cast<request_driver*>(self);
+  if (!driver.data_is_private_) return CURL_SOCKOPT_OK;
+  if (driver.bytes_.is_encrypted() && libcurl_encrypts_accepted_data()) return CURL_SOCKOPT_OK;
+  // An older libcurl begins no TLS handshake on it: the bytes of an upload would leave in clear, and
+  // everything else would wait for 20 s. Pinned by
   // Connection.SendsNothingInClearInActiveModeWhereTheServerAwaitsTls.
   __LOG__A(current_logger(), LOGLEVEL_DEBUG,
            "[NETWORK   ] [INFORMATION] no TLS on data connections in active mode: use passive mode");
