@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "boundary/log.h"
+
 namespace ftp_plugin {
 
 void byte_vector::append(std::string_view bytes) {
@@ -46,6 +48,7 @@ std::size_t write_vector_char(void* bytes, std::size_t size, std::size_t count, 
     try {
       static_cast<byte_vector*>(vector)->append({static_cast<const char*>(bytes), total});
     } catch (const std::exception&) {
+      __LOG__A(current_logger(), LOGLEVEL_ERROR, "[NETWORK   ] no memory for the rest of a reply");
       return 0;
     }
   }

@@ -3,16 +3,14 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <memory>
 #include <string_view>
+
+#include "common/owner.h"
 
 namespace ftp_plugin {
 
-struct malloc_free {
-  void operator()(char* block) const noexcept { std::free(block); }
-};
 /// Owns a block of malloc's.
-using malloc_block = std::unique_ptr<char, malloc_free>;
+using malloc_block = owner<char, std::free>;
 
 /// Bytes that grow at the end, in one block of malloc's. The C library enlarges a long block by moving its
 /// pages, not its bytes: a listing of a hundred megabytes is written once and never held twice, and each byte

@@ -3,18 +3,15 @@
 
 #include <curl/curl.h>
 
-#include <memory>
 #include <new>
 #include <string>
 
+#include "common/owner.h"
+
 namespace ftp_plugin {
 
-struct slist_free {
-  void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
-};
-
 /// Owns the commands (or header lines) of one transfer. libcurl keeps only the pointer: outlive the transfer.
-using command_list = std::unique_ptr<curl_slist, slist_free>;
+using command_list = owner<curl_slist, curl_slist_free_all>;
 
 /// Appends a copy of `line`. Throws std::bad_alloc and leaves the list as it was when there is no memory.
 inline void add(command_list& list, const std::string& line) {

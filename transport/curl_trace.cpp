@@ -141,7 +141,8 @@ int CURLDebug(CURL* handle, curl_infotype type, char* data, std::size_t size, vo
   try {
     trace(handle, type, {data, size});
   } catch (...) {
-    // Without memory there is no line; the transfer goes on.
+    // The transfer goes on without the line; this one needs no memory of ours.
+    __LOG__A(current_logger(), LOGLEVEL_ERROR, "[NETWORK   ] no memory for a line of the trace");
   }
   return 0;
 }

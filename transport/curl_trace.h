@@ -11,7 +11,7 @@ namespace ftp_plugin {
 /// the bound logger, on the thread that performs the transfer; data and TLS traffic are left out. A command
 /// that begins with "PASS " is left out, and the value of an "Authorization" or "Proxy-Authorization" header
 /// becomes "***", also when it arrives in several pieces; so does the password of a URL, whoever names it.
-/// `user` is ignored. Always answers 0.
+/// `user` is ignored. Always returns 0.
 int CURLDebug(CURL* handle, curl_infotype type, char* data, std::size_t size, void* user) noexcept;
 
 }  // namespace ftp_plugin

@@ -9,12 +9,12 @@ namespace ftp_plugin {
 
 /// Whether the request that ended with `code` is to be repeated. For CURLE_FTP_WEIRD_PASV_REPLY (13) pauses
 /// kRetryPause and returns true; for every other code returns false at once.
-bool process_error(CURLcode code);
+[[nodiscard]] bool process_error(CURLcode code);
 
 /// Repeats `run` (a callable that gives a CURLcode) while the server's PASV reply is malformed, at most
 /// kMaxRuns runs, with a pause after each (the last included). Returns the last result.
 template <class Run>
-CURLcode run_with_retry(Run&& run) {
+[[nodiscard]] CURLcode run_with_retry(Run&& run) {
   CURLcode code = CURLE_OK;
   for (int n = 0; n < kMaxRuns; ++n) {
     code = run();
@@ -26,7 +26,7 @@ CURLcode run_with_retry(Run&& run) {
 /// Repeats `run` for as long as libcurl fails to initialise. Returns the first other result.
 // Kept on purpose: there is no bound. Pinned by Retry.ALoginIsRepeatedWhileLibcurlCannotInitialise.
 template <class Run>
-CURLcode run_while_not_initialised(Run&& run) {
+[[nodiscard]] CURLcode run_while_not_initialised(Run&& run) {
   CURLcode code = CURLE_FAILED_INIT;
   while (code == CURLE_FAILED_INIT) code = run();
   return code;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "boundary/log.h"
 #include "transport/command_list.h"
 #include "transport/limits.h"
 #include "transport/login_options.h"
@@ -79,7 +80,8 @@ AERROR connection::connect() {
   driver->prepare(curl);
   try {
     set_login_options(curl, server_);
-  } catch (const std::length_error&) {
+  } catch (const std::length_error& error) {
+    __LOG__A(current_logger(), LOGLEVEL_ERROR, "[NETWORK   ] no login: %s", error.what());
     return FAILED;
   }
   driver->watch_replies(curl);
@@ -128,13 +130,14 @@ void connection::quit() {
     if (!driver_->control_is_open(curl)) return;  // no new login only to say goodbye
     add(commands, "QUIT");
   } catch (const std::bad_alloc&) {
-    return;  // nobody is waiting for a goodbye
+    __LOG__A(current_logger(), LOGLEVEL_ERROR, "[NETWORK   ] no memory for a goodbye");
+    return;  // nobody is waiting for it
   }
   curl_easy_setopt(curl, CURLOPT_QUOTE, commands.get());
   curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);  // else a server that stays is asked for a listing
   curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, kGoodbyeTimeoutSeconds);
   driver_->refuse_new_sockets(true);
-  exec(kConnectTimeoutSeconds, false);
+  (void)exec(kConnectTimeoutSeconds, false);  // whatever comes back, the connection ends here
   driver_->refuse_new_sockets(false);
   driver_->shut_down_sockets();
   curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, 0L);
@@ -158,7 +161,7 @@ void connection::leave_moved_folder(std::uint64_t moves) {
   CURL* curl = GETCURL();
   if (curl == nullptr || server_.is_sftp() || !driver_->control_is_open(curl)) return;
   curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
-  exec(kConnectTimeoutSeconds, true);  // a failure closes the control connection, which is as good
+  (void)exec(kConnectTimeoutSeconds, true);  // a failure closes the control connection, which is as good
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
 }
 

@@ -31,7 +31,7 @@ class connection : pinned {
   /// Logs in with a body-less request on the base URL. SUCCESS keeps the handle; ACCESS_DENIED: login
   /// refused; PATH_NOT_FOUND: server not reached; FAILED: anything else. A failure leaves the connection as
   /// it was.
-  AERROR connect();
+  [[nodiscard]] AERROR connect();
 
   /// The libcurl handle, or null while there has been no successful login.
   [[nodiscard]] CURL* GETCURL() const noexcept;
@@ -43,7 +43,7 @@ class connection : pinned {
 
   /// Runs the request that the caller configured on the handle; undoes nothing. `connect_timeout` in seconds.
   /// The second argument is ignored. CURLE_FAILED_INIT without a handle.
-  CURLcode exec(long connect_timeout, bool ignored);
+  [[nodiscard]] CURLcode exec(long connect_timeout, bool ignored);
 
   /// Sends "QUIT" to an FTP server over the control connection that is open, and waits at most 10 s for the
   /// answer. Sends nothing when libcurl holds none any more, and nothing on SFTP.

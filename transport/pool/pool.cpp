@@ -14,7 +14,7 @@ std::shared_ptr<connection> pool::pop_con() {
     idle_.pop_front();
   } else {
     con = std::make_shared<connection>(server_);
-    con->connect();  // a failed login is told by a missing handle
+    (void)con->connect();  // a failed login is told by a missing handle
   }
   if (CURL* curl = con->GETCURL()) curl_easy_setopt(curl, CURLOPT_URL, con->get_url().c_str());
   return con;

@@ -28,7 +28,7 @@ class pool : pinned {
   /// Logs in once, keeps that connection and finds out what the server understands (utf8, mlst). Returns the
   /// result of the login, FAILED when a probe finds no handle, else SUCCESS. Run it before the pool is
   /// shared.
-  AERROR TestConnect();
+  [[nodiscard]] AERROR TestConnect();
 
   /// The longest idle connection, or a new one that is logged in on the spot, its URL set to the base URL.
   /// Never empty, but the login may have failed: then its GETCURL() is null.
@@ -56,7 +56,7 @@ class pool : pinned {
   // pool_probe.cpp
   /// Sends `command` on a body-less request. Returns false when no connection could be had; `accepted` tells
   /// what the server answered.
-  bool probe(const char* command, bool& accepted);
+  [[nodiscard]] bool probe(const char* command, bool& accepted);
 
   const server_settings server_;
   std::list<std::shared_ptr<connection>> idle_;

@@ -56,7 +56,7 @@ class transfer : pinned {
  private:
   using write_function = std::size_t (*)(char*, std::size_t, std::size_t, void*);
   static write_function discard_function() noexcept;
-  CURLcode attempt();
+  [[nodiscard]] CURLcode attempt();
   void undo() noexcept;
 
   connection& con_;

@@ -2,6 +2,7 @@
 
 #include "boundary/log.h"
 #include "transport/curl_global.h"
+#include "transport/curl_text.h"
 #include "transport/limits.h"
 #include "transport/request/curl_callbacks.h"
 #include "transport/sigpipe_guard.h"
@@ -10,11 +11,6 @@ namespace ftp_plugin {
 namespace {
 
 constexpr long kMaxRedirects = 32;
-
-struct curl_text_free {
-  void operator()(char* text) const noexcept { curl_free(text); }
-};
-using curl_text = std::unique_ptr<char, curl_text_free>;
 
 CURL* new_handle() noexcept {
   start_curl();

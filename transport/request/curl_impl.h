@@ -15,6 +15,7 @@
 #include <unordered_map>
 
 #include "boundary/abi/transfer_handle.h"
+#include "common/owner.h"
 #include "common/pinned.h"
 #include "transport/command_list.h"
 #include "transport/limits.h"
@@ -22,10 +23,6 @@
 #include "transport/request/progress.h"
 
 namespace ftp_plugin {
-
-struct form_free {
-  void operator()(curl_httppost* form) const noexcept { curl_formfree(form); }
-};
 
 class CURLImpl : pinned {
  public:
@@ -44,17 +41,17 @@ class CURLImpl : pinned {
 
   /// Requests the URL with the escaped query. `write_function` is a curl_write_callback and gets
   /// `write_data`; when it is null, headers and body are collected into the response.
-  virtual curl_response PerformGet(void* write_function, void* write_data);
+  [[nodiscard]] virtual curl_response PerformGet(void* write_function, void* write_data);
 
   /// Posts `body`, sent in chunks; the query goes into the URL.
-  virtual curl_response PerformPost(std::string body);
+  [[nodiscard]] virtual curl_response PerformPost(std::string body);
 
   /// Posts what `read_function` (a curl_read_callback, called with `read_data`) delivers; `size` is the
   /// number of bytes, or -1 when it is not known. With -1, `read_data` must be null or a read_cursor: it is
   /// rewound through seek_cursor when the body has to be sent again.
   /// Without a read function the escaped query is the body, `size` of its bytes or all of it for -1.
   /// A form given to SetPost is the body in either case.
-  virtual curl_response PerformPost(void* read_function, void* read_data, long long size);
+  [[nodiscard]] virtual curl_response PerformPost(void* read_function, void* read_data, long long size);
 
   /// The raw handle; null only when libcurl could not make one. Lives as long as this object.
   [[nodiscard]] CURL* GetCURL() const noexcept { return handle_.get(); }
@@ -131,7 +128,7 @@ class CURLImpl : pinned {
   void bind(const std::shared_ptr<_FS_HANDLE>& handle, curl_xferinfo_callback report) noexcept;
 
   std::shared_ptr<CURL> handle_;
-  std::unique_ptr<curl_httppost, form_free> form_;
+  owner<curl_httppost, curl_formfree> form_;
   progress_binding progress_;
   text_map query_;
   text_map headers_;

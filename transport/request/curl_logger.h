@@ -17,9 +17,9 @@ class CURLLogger : public CURLImpl {
 
   /// As the base does; each writes one throughput line afterwards, after failures too. The text form of
   /// PerformPost runs through the other one and so writes two.
-  curl_response PerformGet(void* write_function, void* write_data) override;
-  curl_response PerformPost(std::string body) override;
-  curl_response PerformPost(void* read_function, void* read_data, long long size) override;
+  [[nodiscard]] curl_response PerformGet(void* write_function, void* write_data) override;
+  [[nodiscard]] curl_response PerformPost(std::string body) override;
+  [[nodiscard]] curl_response PerformPost(void* read_function, void* read_data, long long size) override;
 
   /// Switches libcurl's trace on when the bound logger says that it is tracing, off when it says no, and
   /// leaves it as it is when no logger is bound.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "common/owner.h"
 #include "transport/request/curl_callbacks.h"
 #include "transport/request/curl_impl.h"
 #include "transport/sigpipe_guard.h"
@@ -10,10 +11,7 @@
 namespace ftp_plugin {
 namespace {
 
-struct buffer_free {
-  void operator()(evbuffer* buffer) const noexcept { evbuffer_free(buffer); }
-};
-using byte_buffer = std::unique_ptr<evbuffer, buffer_free>;
+using byte_buffer = owner<evbuffer, evbuffer_free>;
 
 /// What a perform leaves on the handle must not point into the call that is over: lists, buffers, cursors and
 /// posted texts go when the scope is left, also by an exception.

@@ -4,8 +4,8 @@
 #include <curl/curl.h>
 
 #include <chrono>
-#include <memory>
 
+#include "common/owner.h"
 #include "common/pinned.h"
 #include "transport/server_settings.h"
 
@@ -19,7 +19,7 @@ class bare_socket : pinned {
 
   /// Connects to the server of the SFTP URL within `limit`. Once per object. Returns libcurl's
   /// code.
-  CURLcode open(const server_settings& server, std::chrono::milliseconds limit);
+  [[nodiscard]] CURLcode open(const server_settings& server, std::chrono::milliseconds limit);
 
   /// The connected socket, in non-blocking mode; CURL_SOCKET_BAD before a successful open().
   [[nodiscard]] curl_socket_t get() const noexcept { return socket_; }
@@ -28,11 +28,7 @@ class bare_socket : pinned {
   void shut_down() noexcept;
 
  private:
-  struct easy_free {
-    void operator()(CURL* curl) const noexcept { curl_easy_cleanup(curl); }
-  };
-
-  std::unique_ptr<CURL, easy_free> curl_;
+  owner<CURL, curl_easy_cleanup> curl_;
   curl_socket_t socket_ = CURL_SOCKET_BAD;
 };
 

@@ -27,25 +27,26 @@ class sftp_channel : pinned {
 
   /// Attributes of `path`, links followed; `out` stays as it is on failure. A path that does not begin with
   /// "/", and what follows "/~/", start at the home directory; "" and "/~" are the home directory.
-  CURLcode stat(const std::string& path, sftp_attributes& out);
+  [[nodiscard]] CURLcode stat(const std::string& path, sftp_attributes& out);
 
   /// The same, the record handed to the write callback `deliver` with `userdata`. CURLE_WRITE_ERROR when that
   /// does not take it whole.
-  CURLcode stat(const std::string& path,
-                std::size_t (*deliver)(void* data, std::size_t size, std::size_t nmemb, void* userdata),
-                void* userdata);
+  [[nodiscard]] CURLcode stat(const std::string& path,
+                              std::size_t (*deliver)(void* data, std::size_t size, std::size_t nmemb,
+                                                     void* userdata),
+                              void* userdata);
 
   /// Puts the listing of directory `path` into `body`, one line for each entry, see sftp_listing_line.h. On
   /// failure `body` holds a part. Entries whose name holds a line feed are left out; a line in the log tells.
-  CURLcode list(const std::string& path, byte_vector& body);
+  [[nodiscard]] CURLcode list(const std::string& path, byte_vector& body);
 
   /// Ends the session. A later request would log in again.
   void close() noexcept { session_.reset(); }
 
  private:
   template <class Request>
-  CURLcode run(Request&& request);
-  CURLcode open();
+  [[nodiscard]] CURLcode run(Request&& request);
+  [[nodiscard]] CURLcode open();
 
   const server_settings& server_;
   sftp_limits limits_;

@@ -14,6 +14,7 @@
 #include "transport/curl_global.h"
 #include "transport/sftp/sftp_errors.h"
 #include "transport/sftp/sftp_listing_line.h"
+#include "transport/sftp/ssh_login.h"
 
 namespace ftp_plugin {
 namespace {
@@ -22,7 +23,6 @@ using std::chrono::milliseconds;
 
 // No SFTP message that libssh2 takes is longer, so no name and no long name is cut.
 constexpr std::size_t kLongestText = 256 * 1024 + 1;
-constexpr int kMostClosingSteps = 1000;
 constexpr int kMostFruitlessLooks = 1000;  // in one call; a few are usual
 
 unsigned int length_of(const std::string& text) noexcept { return static_cast<unsigned int>(text.size()); }
@@ -32,13 +32,6 @@ bool start_ssh() noexcept {
   start_curl();
   static const int started = libssh2_init(0);
   return started == 0;
-}
-
-/// Runs a closing call to its end. The socket is shut down, so none of them has anything to wait for.
-template <class Call>
-void close_now(Call&& call) {
-  for (int n = 0; n < kMostClosingSteps && call() == LIBSSH2_ERROR_EAGAIN; ++n) {
-  }
 }
 
 bool offers(std::string_view methods, std::string_view method) noexcept {
@@ -62,21 +55,18 @@ std::string server_path(std::string path) {
 sftp_session::~sftp_session() {
   if (session_ == nullptr) return;
   // One try: a goodbye is not worth waiting for.
-  if (logged_in_) libssh2_session_disconnect(session_, "Shutdown");
-  socket_.shut_down();
-  if (directory_ != nullptr) close_now([this] { return libssh2_sftp_close_handle(directory_); });
-  if (sftp_ != nullptr) close_now([this] { return libssh2_sftp_shutdown(sftp_); });
-  close_now([this] { return libssh2_session_free(session_); });
+  if (logged_in_) libssh2_session_disconnect(session_.get(), "Shutdown");
+  socket_.shut_down();  // before the owners close
 }
 
 CURLcode sftp_session::open(const server_settings& server) {
   if (!start_ssh()) return CURLE_FAILED_INIT;
   login_deadline_ = clock::now() + limits_.login;
   if (const CURLcode code = socket_.open(server, limits_.login); code != CURLE_OK) return code;
-  session_ = libssh2_session_init_ex(nullptr, nullptr, nullptr, this);
+  session_.reset(libssh2_session_init_ex(nullptr, nullptr, nullptr, this));
   if (session_ == nullptr) return CURLE_OUT_OF_MEMORY;
-  libssh2_session_callback_set(session_, LIBSSH2_CALLBACK_RECV, reinterpret_cast<void*>(&receive));
-  libssh2_session_set_blocking(session_, 0);
+  libssh2_session_callback_set(session_.get(), LIBSSH2_CALLBACK_RECV, reinterpret_cast<void*>(&receive));
+  libssh2_session_set_blocking(session_.get(), 0);
 
   // libcurl calls a conversation that does not even become SSH, or not become SFTP, a failed initialisation.
   const auto initialised = [this](int error) {
@@ -85,15 +75,16 @@ CURLcode sftp_session::open(const server_settings& server) {
                ? code
                : CURLE_FAILED_INIT;
   };
-  CURLcode code = initialised(finish([this] { return libssh2_session_handshake(session_, socket_.get()); }));
+  CURLcode code =
+      initialised(finish([this] { return libssh2_session_handshake(session_.get(), socket_.get()); }));
   if (code != CURLE_OK) return code;
   code = log_in(ssh_login_of(server));
   prompt_answer_.clear();
   if (code != CURLE_OK) return code;
   logged_in_ = true;
   code = initialised(finish([this] {
-    sftp_ = libssh2_sftp_init(session_);
-    return sftp_ != nullptr ? 0 : libssh2_session_last_errno(session_);
+    sftp_.reset(libssh2_sftp_init(session_.get()));
+    return sftp_ != nullptr ? 0 : libssh2_session_last_errno(session_.get());
   }));
   usable_ = code == CURLE_OK;
   return code;
@@ -102,13 +93,13 @@ CURLcode sftp_session::open(const server_settings& server) {
 CURLcode sftp_session::log_in(const credentials& login) {
   std::string methods;
   const int error = finish([&] {
-    const char* list = libssh2_userauth_list(session_, login.user.data(), length_of(login.user));
+    const char* list = libssh2_userauth_list(session_.get(), login.user.data(), length_of(login.user));
     if (list != nullptr) methods = list;
-    if (list != nullptr || libssh2_userauth_authenticated(session_) != 0) return 0;
-    return libssh2_session_last_errno(session_);
+    if (list != nullptr || libssh2_userauth_authenticated(session_.get()) != 0) return 0;
+    return libssh2_session_last_errno(session_.get());
   });
   if (error != 0) return failed(error);
-  if (libssh2_userauth_authenticated(session_) != 0) return CURLE_OK;  // this user needs no proof
+  if (libssh2_userauth_authenticated(session_.get()) != 0) return CURLE_OK;  // this user needs no proof
 
   if (!login.key_file.empty()) {
     if (!offers(methods, "publickey")) return CURLE_LOGIN_DENIED;
@@ -134,15 +125,15 @@ CURLcode sftp_session::try_password(const credentials& login, const std::string&
   };
   if (offers(methods, "password")) {
     try_to([&] {
-      return libssh2_userauth_password_ex(session_, login.user.data(), length_of(login.user),
+      return libssh2_userauth_password_ex(session_.get(), login.user.data(), length_of(login.user),
                                           login.password.data(), length_of(login.password), nullptr);
     });
   }
   if (code == CURLE_LOGIN_DENIED && offers(methods, "keyboard-interactive")) {
     prompt_answer_ = login.password;
     try_to([&] {
-      return libssh2_userauth_keyboard_interactive_ex(session_, login.user.data(), length_of(login.user),
-                                                      &answer_prompts);
+      return libssh2_userauth_keyboard_interactive_ex(session_.get(), login.user.data(),
+                                                      length_of(login.user), &answer_prompts);
     });
   }
   return code;
@@ -151,7 +142,7 @@ CURLcode sftp_session::try_password(const credentials& login, const std::string&
 CURLcode sftp_session::try_key(const std::string& user, const std::string& file,
                                const std::string& pass_phrase) {
   const int error = finish([&] {  // the public key is derived from the private one
-    return libssh2_userauth_publickey_fromfile_ex(session_, user.data(), length_of(user), nullptr,
+    return libssh2_userauth_publickey_fromfile_ex(session_.get(), user.data(), length_of(user), nullptr,
                                                   file.c_str(), pass_phrase.c_str());
   });
   if (error == 0) return CURLE_OK;
@@ -164,8 +155,9 @@ CURLcode sftp_session::try_key(const std::string& user, const std::string& file,
 CURLcode sftp_session::stat(const std::string& path, sftp_attributes& out) {
   const std::string asked = server_path(path);
   LIBSSH2_SFTP_ATTRIBUTES got{};
-  const int error = finish(
-      [&] { return libssh2_sftp_stat_ex(sftp_, asked.data(), length_of(asked), LIBSSH2_SFTP_STAT, &got); });
+  const int error = finish([&] {
+    return libssh2_sftp_stat_ex(sftp_.get(), asked.data(), length_of(asked), LIBSSH2_SFTP_STAT, &got);
+  });
   if (error != 0) return failed(error);
   out = to_attributes(got);
   return CURLE_OK;
@@ -175,8 +167,9 @@ CURLcode sftp_session::list(const std::string& path, byte_vector& body) {
   if (const CURLcode code = close_directory(); code != CURLE_OK) return code;  // left by an exception
   const std::string asked = server_path(path);
   const int error = finish([&] {
-    directory_ = libssh2_sftp_open_ex(sftp_, asked.data(), length_of(asked), 0, 0, LIBSSH2_SFTP_OPENDIR);
-    return directory_ != nullptr ? 0 : libssh2_session_last_errno(session_);
+    directory_.reset(
+        libssh2_sftp_open_ex(sftp_.get(), asked.data(), length_of(asked), 0, 0, LIBSSH2_SFTP_OPENDIR));
+    return directory_ != nullptr ? 0 : libssh2_session_last_errno(session_.get());
   });
   if (error != 0) return failed(error);
   const CURLcode code = read_entries(asked, body);
@@ -193,8 +186,8 @@ CURLcode sftp_session::read_entries(const std::string& path, byte_vector& body) 
     LIBSSH2_SFTP_ATTRIBUTES got{};
     long_name.front() = '\0';
     const int length = finish([&] {
-      return libssh2_sftp_readdir_ex(directory_, name.data(), name.size(), long_name.data(), long_name.size(),
-                                     &got);
+      return libssh2_sftp_readdir_ex(directory_.get(), name.data(), name.size(), long_name.data(),
+                                     long_name.size(), &got);
     });
     if (length < 0) return failed(length);
     if (length == 0) break;
@@ -232,8 +225,8 @@ CURLcode sftp_session::append_entry(const std::string& path, const sftp_entry& e
 CURLcode sftp_session::close_directory() {
   if (directory_ == nullptr) return CURLE_OK;
   const int error = finish([this] {
-    const int result = libssh2_sftp_close_handle(directory_);
-    if (result != LIBSSH2_ERROR_EAGAIN) directory_ = nullptr;  // freed, whatever the server said
+    const int result = libssh2_sftp_close_handle(directory_.get());
+    if (result != LIBSSH2_ERROR_EAGAIN) (void)directory_.release();  // freed, whatever the server said
     return result;
   });
   return error == 0 ? CURLE_OK : failed(error);
@@ -277,7 +270,7 @@ int sftp_session::finish(Call&& call) {
 }
 
 int sftp_session::wait() const {
-  const int directions = libssh2_session_block_directions(session_);
+  const int directions = libssh2_session_block_directions(session_.get());
   pollfd watched{socket_.get(), POLLIN, 0};
   if ((directions & LIBSSH2_SESSION_BLOCK_OUTBOUND) != 0) watched.events = POLLOUT;
   if ((directions & LIBSSH2_SESSION_BLOCK_INBOUND) != 0) watched.events |= POLLIN;
@@ -293,12 +286,12 @@ int sftp_session::wait() const {
 
 // libssh2 1.10 asks for patience when the server's SFTP process has ended and only the SSH session goes on.
 bool sftp_session::server_ended_sftp() const {
-  return sftp_ != nullptr && libssh2_channel_eof(libssh2_sftp_get_channel(sftp_)) == 1;
+  return sftp_ != nullptr && libssh2_channel_eof(libssh2_sftp_get_channel(sftp_.get())) == 1;
 }
 
 CURLcode sftp_session::failed(int error) {
   if (error == LIBSSH2_ERROR_SFTP_PROTOCOL) {
-    const unsigned long status = libssh2_sftp_last_error(sftp_);
+    const unsigned long status = libssh2_sftp_last_error(sftp_.get());
     if (status != LIBSSH2_FX_OK) return sftp_status_code(status);
   }
   usable_ = false;
@@ -309,7 +302,7 @@ CURLcode sftp_session::failed(int error) {
 
 void sftp_session::trace_failure(const char* what) const {
   char* text = nullptr;
-  if (what == nullptr) libssh2_session_last_error(session_, &text, nullptr, 0);
+  if (what == nullptr) libssh2_session_last_error(session_.get(), &text, nullptr, 0);
   __LOG__A(current_logger(), LOGLEVEL_DEBUG, "[NETWORK   ] [INFORMATION] SFTP session: %s",
            what != nullptr ? what : text_or_empty(text));
 }

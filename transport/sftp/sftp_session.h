@@ -14,7 +14,7 @@
 #include "transport/server_settings.h"
 #include "transport/sftp/bare_socket.h"
 #include "transport/sftp/sftp_attributes.h"
-#include "transport/sftp/ssh_login.h"
+#include "transport/sftp/ssh_owner.h"
 
 namespace ftp_plugin {
 
@@ -34,15 +34,15 @@ class sftp_session : pinned {
 
   /// Connects, logs in and starts SFTP. Once per object; after a failure the object is of no further use.
   /// Host keys are not checked.
-  CURLcode open(const server_settings& server);
+  [[nodiscard]] CURLcode open(const server_settings& server);
 
   /// Attributes of `path`, links followed. A path that does not begin with "/", and what follows "/~/",
   /// start at the home directory; "" and "/~" are the home directory.
-  CURLcode stat(const std::string& path, sftp_attributes& out);
+  [[nodiscard]] CURLcode stat(const std::string& path, sftp_attributes& out);
 
   /// Appends the listing of directory `path` to `body`, see sftp_listing_line.h. On failure `body` holds a
   /// part.
-  CURLcode list(const std::string& path, byte_vector& body);
+  [[nodiscard]] CURLcode list(const std::string& path, byte_vector& body);
 
   /// Whether the session can take further requests; false after a failure that was not merely the server's
   /// answer to a request.
@@ -51,12 +51,14 @@ class sftp_session : pinned {
  private:
   using clock = std::chrono::steady_clock;
 
-  CURLcode log_in(const credentials& login);
-  CURLcode try_password(const credentials& login, const std::string& methods);
-  CURLcode try_key(const std::string& user, const std::string& file, const std::string& pass_phrase);
-  CURLcode read_entries(const std::string& path, byte_vector& body);
-  CURLcode append_entry(const std::string& path, const struct sftp_entry& entry, byte_vector& body);
-  CURLcode close_directory();
+  [[nodiscard]] CURLcode log_in(const credentials& login);
+  [[nodiscard]] CURLcode try_password(const credentials& login, const std::string& methods);
+  [[nodiscard]] CURLcode try_key(const std::string& user, const std::string& file,
+                                 const std::string& pass_phrase);
+  [[nodiscard]] CURLcode read_entries(const std::string& path, byte_vector& body);
+  [[nodiscard]] CURLcode append_entry(const std::string& path, const struct sftp_entry& entry,
+                                      byte_vector& body);
+  [[nodiscard]] CURLcode close_directory();
 
   // libssh2's way back to its session is a pointer to the pointer that it was given at the start.
   static sftp_session& of(void** abstract) noexcept { return *static_cast<sftp_session*>(*abstract); }
@@ -68,23 +70,24 @@ class sftp_session : pinned {
   /// Repeats `call`, which gives LIBSSH2_ERROR_EAGAIN while it would have to wait, until it gives another
   /// result or time is up.
   template <class Call>
-  int finish(Call&& call);
+  [[nodiscard]] int finish(Call&& call);
   /// Waits until the socket is ready for what libssh2 is about to do. Returns 0 or LIBSSH2_ERROR_TIMEOUT.
   [[nodiscard]] int wait() const;
   [[nodiscard]] bool server_ended_sftp() const;
   /// The code for `error`, the result of a failed call.
-  CURLcode failed(int error);
+  [[nodiscard]] CURLcode failed(int error);
   void trace_failure(const char* what) const;
 
   sftp_limits limits_;
+  int fruitless_looks_ = 0;  // of the running call of libssh2 at the socket
   bare_socket socket_;
-  LIBSSH2_SESSION* session_ = nullptr;
-  LIBSSH2_SFTP* sftp_ = nullptr;
-  LIBSSH2_SFTP_HANDLE* directory_ = nullptr;  // the one that is being read
+  // Each of these is part of the one before.
+  ssh_owner<LIBSSH2_SESSION, libssh2_session_free> session_;
+  ssh_owner<LIBSSH2_SFTP, libssh2_sftp_shutdown> sftp_;
+  ssh_owner<LIBSSH2_SFTP_HANDLE, libssh2_sftp_close_handle> directory_;  // the one that is being read
   bool logged_in_ = false;
   bool usable_ = false;
   clock::time_point login_deadline_{};
-  int fruitless_looks_ = 0;    // of the running call of libssh2 at the socket
   std::string prompt_answer_;  // what keyboard-interactive prompts are answered with
 };
 

@@ -2,44 +2,39 @@
 
 #include <curl/curl.h>
 
-#include <memory>
-
+#include "common/owner.h"
 #include "common/pinned.h"
+#include "transport/curl_text.h"
 
 namespace ftp_plugin {
 namespace {
 
 constexpr const char* kSshPort = "22";
 
-struct text_free {
-  void operator()(char* text) const noexcept { curl_free(text); }
-};
-
 /// One URL taken apart by libcurl; false when it could not be.
 class parsed_url : pinned {
  public:
   explicit parsed_url(const std::string& url) : parts_{curl_url()} {
-    good_ =
-        parts_ != nullptr && curl_url_set(parts_, CURLUPART_URL, url.c_str(), CURLU_ALLOW_SPACE) == CURLUE_OK;
+    good_ = parts_ != nullptr &&
+            curl_url_set(parts_.get(), CURLUPART_URL, url.c_str(), CURLU_ALLOW_SPACE) == CURLUE_OK;
   }
-  ~parsed_url() { curl_url_cleanup(parts_); }
   explicit operator bool() const noexcept { return good_; }
 
   /// The part, decoded where `flags` say so; empty when there is none.
   [[nodiscard]] std::string get(CURLUPart part, unsigned flags) const {
-    char* text = nullptr;
-    if (curl_url_get(parts_, part, &text, flags) != CURLUE_OK) return {};
-    const std::unique_ptr<char, text_free> owner{text};
-    return text;
+    char* made = nullptr;
+    const CURLUcode code = curl_url_get(parts_.get(), part, &made, flags);
+    const curl_text text{made};
+    return code == CURLUE_OK ? text.get() : std::string{};
   }
 
   /// Null takes the part away.
   bool set(CURLUPart part, const char* value) noexcept {
-    return curl_url_set(parts_, part, value, CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK;
+    return curl_url_set(parts_.get(), part, value, CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK;
   }
 
  private:
-  CURLU* parts_;
+  owner<CURLU, curl_url_cleanup> parts_;
   bool good_ = false;
 };
 

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "tests/unit/transport/recording_log.h"
+
 namespace ftp_plugin {
 namespace {
 
@@ -36,7 +38,9 @@ TEST(ByteSink, RefusesWhatNoMemoryCanHold) {
   byte_vector bytes;
   bytes.append("kept");
   char data[] = "abc";
+  const testing_tools::recording_log log;
   EXPECT_EQ(write_vector_char(data, 1, static_cast<std::size_t>(-1), &bytes), 0U);
+  EXPECT_EQ(log.lines().size(), 1U);
   EXPECT_EQ(text_of(bytes), "kept");
 }
 

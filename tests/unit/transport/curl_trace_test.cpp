@@ -77,6 +77,14 @@ TEST(CURLDebug, LeavesOutDataAndTlsTraffic) {
   EXPECT_TRUE(log.lines().empty());
 }
 
+TEST(CURLDebug, TellsOfALineThatNoMemoryCanHold) {
+  const recording_log log;
+  char text[] = "x";
+  EXPECT_EQ(CURLDebug(nullptr, CURLINFO_TEXT, text, static_cast<std::size_t>(-1), nullptr), 0);
+  EXPECT_EQ(log.lines(),
+            (std::vector<log_line>{{LOGLEVEL_ERROR, "[NETWORK   ] no memory for a line of the trace"}}));
+}
+
 TEST(CURLDebug, DoesNothingWhenNoLoggerIsBound) {
   unbind_logger();
   EXPECT_EQ(trace(CURLINFO_TEXT, "text"), 0);

@@ -96,6 +96,16 @@ TEST_F(Connection, NeverSendsAUserOrPasswordThatHoldsALineBreak) {
   EXPECT_EQ(server.file("/a"), "x");
 }
 
+TEST_F(Connection, FailsToLogInWithATextThatLibcurlDoesNotTake) {
+  const testing_tools::recording_log log;
+  connection con{settings({{"user", std::string(8000001, 'x')}})};
+  EXPECT_EQ(con.connect(), FAILED);
+  EXPECT_THAT(log.lines(),
+              Contains(testing_tools::log_line{
+                  LOGLEVEL_ERROR, "[NETWORK   ] no login: libcurl takes no text of this length"}));
+  EXPECT_EQ(server.connections_seen(), 0U);
+}
+
 TEST_F(Connection, TellsThreeKindsOfFailureApart) {
   server.accept_only("jane", "right");
   connection refused{settings({{"user", "jane"}, {"pwd", "wrong"}})};
@@ -178,9 +188,12 @@ TEST_F(Connection, GoesWithoutAGoodbyeWhenThereIsNoMemoryForOne) {
   auto con = std::make_unique<connection>(settings());
   ASSERT_EQ(con->connect(), SUCCESS);
   {
+    const testing_tools::recording_log log;
     const no_memory now;
     con->close();
     con.reset();
+    EXPECT_THAT(log.lines(),
+                Contains(testing_tools::log_line{LOGLEVEL_ERROR, "[NETWORK   ] no memory for a goodbye"}));
   }
   EXPECT_TRUE(server.wait_until_idle());
   EXPECT_EQ(server.count("QUIT"), 0U);
