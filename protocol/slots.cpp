@@ -5,7 +5,6 @@
 
 #include "boundary/log.h"
 #include "boundary/no_throw.h"
-#include "common/string_format.h"
 #include "fileops/create_directory.h"
 #include "fileops/move_entry.h"
 #include "fileops/read_range.h"
@@ -41,10 +40,14 @@ AERROR Protocol::GetFileInfo(const char* id, _FS_FILE_V2* file, char** message) 
     log_operation("GetFileInfo", id);
     __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s dir: [%d]", "GetFileInfo",
              static_cast<int>(file->attr & FS_ATTR_DIRECTORY));
-    file->id = string_format(*text_or_empty(id) == '/' ? "%s" : "/%s", text_or_empty(id));
-    if (is_sftp()) return sftp_stat(id, file, message);
-    if ((file->attr & FS_ATTR_DIRECTORY) != 0) return GetFileInfoUsingGetFileList(id, file, message);
-    return ftp_get_info(id, file, message);
+    // A copy: the host may ask with a text of the record that is written here.
+    // Pinned by OwnRecord.MayHoldTheTextsOfTheQuestion.
+    const std::string path = text_or_empty(id);
+    file->id = path.starts_with('/') ? path : '/' + path;
+    if (is_sftp()) return sftp_stat(path.c_str(), file, message);
+    if ((file->attr & FS_ATTR_DIRECTORY) != 0)
+      return GetFileInfoUsingGetFileList(path.c_str(), file, message);
+    return ftp_get_info(path.c_str(), file, message);
   });
 }
 
