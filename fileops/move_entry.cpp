@@ -29,14 +29,17 @@ changed_entry move_entry(const server_view& server, const char* src, const char*
     log_move_error(src, encoded, code);
     return {write_result(code), {}};
   };
+  if (is_root(source) || is_root(destination)) {
+    // Kept on purpose: the root cannot be moved, and the request is reported as done, whatever the new name
+    // is. It costs a connection. Pinned by Move.TheRootIsReportedAsDoneAndNothingIsSent.
+    const lease dropped{server.connected_pool()};
+    return {SUCCESS, {}};
+  }
   for (const std::string& path : {source, destination}) {
     if (const CURLcode code = check_command_text(path, server.is_sftp); code != CURLE_OK) return fail(code);
   }
 
   lease borrowed{server.connected_pool()};
-  // Kept on purpose: the root cannot be moved, and the request is reported as done. The connection is
-  // dropped. Pinned by Move.TheRootIsReportedAsDoneAndNothingIsSent.
-  if (is_root(source) || is_root(destination)) return {SUCCESS, {}};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return {FAILED, {}};
   const CURLcode code = run_post_quote(con, rename_commands(source, destination, server.is_sftp));

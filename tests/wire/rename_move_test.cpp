@@ -83,8 +83,12 @@ TEST_F(Move, TheRootIsReportedAsDoneAndNothingIsSent) {
     const char* src;
     const char* target;
     const char* name;
-  } const cases[] = {
-      {"/", "/docs", "b"}, {nullptr, "/docs", "b"}, {"", "/docs", "b"}, {"/docs/a.txt", "", ""}};
+  } const cases[] = {{"/", "/docs", "b"},
+                     {nullptr, "/docs", "b"},
+                     {"", "/docs", "b"},
+                     {"/docs/a.txt", "", ""},
+                     {"/", "/docs", "a\r\nDELE docs/a.txt"},
+                     {"/", "/docs\n", "b"}};
   for (const auto& row : cases) {
     connected();
     _FS_FILE_V2 file = named(row.name);
