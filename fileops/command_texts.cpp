@@ -3,11 +3,12 @@
 #include <cstdio>
 
 #include "common/string_format.h"
+#include "transport/one_line.h"
 
 namespace ftp_plugin {
 
 CURLcode check_command_text(std::string_view text, bool is_sftp) noexcept {
-  if (text.find_first_of("\r\n") != std::string_view::npos) return CURLE_URL_MALFORMAT;
+  if (!is_one_line(text)) return CURLE_URL_MALFORMAT;
   if (is_sftp && text.find_first_of("\"\\") != std::string_view::npos) return CURLE_QUOTE_ERROR;
   return CURLE_OK;
 }
@@ -36,6 +37,11 @@ std::string set_time_command(const std::string& path, const std::string& time) {
   (void)std::sscanf(time.c_str(), "%hu-%hu-%huT%hu:%hu:%hu", &year, &month, &day, &hour, &minute, &second);
   return string_format("MFMT %04d%02d%02d%02d%02d%02d %s", int{year}, int{month}, int{day}, int{hour},
                        int{minute}, int{second}, path.c_str());
+}
+
+std::string range_text(long long offset, long long length) {
+  const auto first = static_cast<unsigned long long>(offset);
+  return string_format("%llu-%llu", first, first + static_cast<unsigned long long>(length) - 1);
 }
 
 }  // namespace ftp_plugin

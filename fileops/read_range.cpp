@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "boundary/log.h"
-#include "common/string_format.h"
+#include "fileops/command_texts.h"
 #include "fileops/read_context.h"
 #include "fileops/result_codes.h"
 #include "transport/command_list.h"
@@ -24,12 +24,6 @@ std::shared_ptr<_RAWRITECTX> make_context(long long offset, long long length,
   context->handle = std::move(handle);
   context->callback = callback;
   return context;
-}
-
-/// The range as libcurl takes it, both ends inclusive.
-std::string range_text(long long offset, long long length) {
-  const auto first = static_cast<unsigned long long>(offset);
-  return string_format("%llu-%llu", first, first + static_cast<unsigned long long>(length) - 1);
 }
 
 }  // namespace

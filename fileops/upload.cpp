@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "boundary/log.h"
-#include "fileops/command_texts.h"
 #include "fileops/result_codes.h"
 #include "fileops/upload_context.h"
 #include "transport/command_list.h"
+#include "transport/one_line.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
 #include "transport/request/progress.h"
@@ -23,11 +23,8 @@ changed_entry upload(const server_view& server, const char* path, std::shared_pt
     log_exec_error("Upload", encoded.c_str(), code);
     return {write_result(code), {}};
   };
-  // In a URL a line break ends no command, but libcurl refuses it on FTP only, and the refusal costs the
-  // connection. A double quote is harmless here.
-  if (const CURLcode code = check_command_text(command_path(server, id.c_str()), false); code != CURLE_OK) {
-    return fail(code);
-  }
+  // libcurl refuses a line break in a URL on FTP only, and the refusal costs the connection.
+  if (!is_one_line(command_path(server, id.c_str()))) return fail(CURLE_URL_MALFORMAT);
 
   lease borrowed{server.connected_pool()};
   connection& con = *borrowed;

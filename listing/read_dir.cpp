@@ -7,15 +7,13 @@
 #include "boundary/log.h"
 #include "common/string_format.h"
 #include "transport/ftp/ftp_buffers.h"
+#include "transport/one_line.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
 #include "transport/retry.h"
 
 namespace ftp_plugin {
 namespace {
-
-/// Whether `path` may stand in a raw command; CR or LF would end the command and begin another.
-bool is_one_line(std::string_view path) { return path.find_first_of("\r\n") == std::string_view::npos; }
 
 /// The handle keeps the speed limit of the last read on it.
 void hold(long long speed_limit, transfer& request) {

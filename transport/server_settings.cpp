@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "transport/one_line.h"
+
 namespace ftp_plugin {
 namespace {
 
@@ -94,7 +96,7 @@ server_settings read_settings(const settings_map& map) {
 
 bool is_one_line(const credentials& login) noexcept {
   for (const std::string* text : {&login.user, &login.password, &login.pass_phrase}) {
-    if (text->find_first_of("\r\n") != std::string::npos) return false;
+    if (!is_one_line(*text)) return false;
   }
   return true;
 }

@@ -327,6 +327,22 @@ TEST_F(SftpFiles, NamesThatACommandWouldChangeAreRefused) {
   }
 }
 
+TEST_F(SftpFiles, AnUploadUnderANameOfTwoLinesIsRefused) {
+  connect();
+  for (const auto& [path, name] : {std::pair{"", "a\nb"}, {"", "a\r"}, {"/a\r\nb", "c"}}) {
+    SCOPED_TRACE(testing::PrintToString(name));
+    fakes::CacheSource cache{"hello"};
+    _FS_FILE_V2 record;
+    record.name = name;
+    record.size = 5;
+    EXPECT_EQ(protocol->Upload(path, nullptr, &cache, &record, UPLOAD_FLAG{}, nullptr), FILE_WRITE_FAILED);
+    EXPECT_THAT(log.operations(),
+                Contains(std::string{"8 [PROTOCOL  ] Upload id: ["} + name + "] , exec error: [3]"));
+    EXPECT_TRUE(cache.requests().empty());
+  }
+  EXPECT_EQ(list("").size(), 2U) << "the two dots";
+}
+
 TEST_F(SftpFiles, TimesAreNotSet) {
   add("f", "x", 1577836805);
   connect();

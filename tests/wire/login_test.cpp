@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tests/fakes/socket.h"
+#include "tests/wire/latin1_locale.h"
 #include "tests/wire/wire_fixture.h"
 
 namespace {
@@ -281,6 +282,25 @@ TEST_F(Login, LocalCharsetAsksForNoUtf8) {
   EXPECT_EQ(connect(), SUCCESS);
   EXPECT_THAT(server.dialogue(1), Contains("OPTS MLST type;unique;size;modify;"));
   EXPECT_EQ(server.count("OPTS"), 1u);
+}
+
+TEST_F(Login, TheServerIsAskedAgainAfterALaterChoiceOfAutodetect) {
+  for (const char* earlier : {"Local charset", "Force UTF-8"}) {
+    SCOPED_TRACE(earlier);
+    server.lacks("UTF8");
+    set_options({{"charset", earlier}});
+    set_options({{"charset", "Autodetect"}});
+    (void)server.take_dialogue();
+    EXPECT_EQ(connect(), SUCCESS);
+    EXPECT_THAT(server.take_dialogue(), Contains(testing::EndsWith(": OPTS UTF8 ON")));
+    // The refusal counts: nobody forces UTF-8 any more.
+    const wire::Latin1Locale locale;
+    ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+    _FS_FILE_V2 file;
+    file.name = "\xC3\xA9";
+    EXPECT_EQ(protocol->CreateDirectory(earlier, &file, nullptr), FOLDER_CREATION_FAILED);
+    EXPECT_THAT(server.take_dialogue(), Contains(testing::EndsWith("/\xE9")));
+  }
 }
 
 TEST_F(Login, ForcedUtf8StillAsks) {
