@@ -8,8 +8,8 @@
 #include <regex>
 #include <string>
 
+#include "common/split.h"
 #include "common/string_format.h"
-#include "common/strings.h"
 #include "fuzz/require.h"
 #include "listing/mlsd_line.h"
 
@@ -19,7 +19,7 @@ std::string piece(const std::string& value, std::size_t offset, std::size_t leng
   return offset < value.size() ? value.substr(offset, length) : std::string{};
 }
 
-/// The slow road.
+/// The slow way.
 void read_by_expressions(const std::string& line, _FS_FILE_V2& record) {
   static const std::regex kSemicolon{";"};
   const std::size_t blank = line.find(' ');

@@ -14,7 +14,10 @@
 
 namespace {
 
+using testing::Contains;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::UnorderedElementsAre;
 
 /// A 64-bit ELF file in memory.
@@ -63,17 +66,19 @@ class ElfFile {
 
   /// Names that a program which loads the file can find in it.
   [[nodiscard]] std::vector<std::string> defined_names() const {
-    Elf64_Off texts = 0;
-    for (const Elf64_Shdr& section : sections()) {
-      if (section.sh_type == SHT_DYNSYM) texts = sections().at(section.sh_link).sh_offset;
-    }
-    std::vector<std::string> names;
-    for (const Elf64_Sym& symbol : table<Elf64_Sym>(SHT_DYNSYM)) {
-      const auto binding = ELF64_ST_BIND(symbol.st_info);
-      if (symbol.st_shndx == SHN_UNDEF || binding == STB_LOCAL) continue;
-      names.emplace_back(bytes_.data() + texts + symbol.st_name);
-    }
-    return names;
+    return names(SHT_DYNSYM, [](const Elf64_Sym& symbol) {
+      return symbol.st_shndx != SHN_UNDEF && ELF64_ST_BIND(symbol.st_info) != STB_LOCAL;
+    });
+  }
+
+  /// Every name that the file has or asks for: what it needs of other libraries, and what is inside it. A
+  /// stripped file still tells the former.
+  [[nodiscard]] std::vector<std::string> all_names() const {
+    const auto any = [](const Elf64_Sym&) { return true; };
+    std::vector<std::string> all = names(SHT_DYNSYM, any);
+    const std::vector<std::string> inside = names(SHT_SYMTAB, any);
+    all.insert(all.end(), inside.begin(), inside.end());
+    return all;
   }
 
   /// The value of one entry of the dynamic section; 0 when it is missing.
@@ -85,6 +90,19 @@ class ElfFile {
   }
 
  private:
+  template <class Wanted>
+  [[nodiscard]] std::vector<std::string> names(Elf64_Word type, Wanted wanted) const {
+    Elf64_Off texts = 0;
+    for (const Elf64_Shdr& section : sections()) {
+      if (section.sh_type == type) texts = sections().at(section.sh_link).sh_offset;
+    }
+    std::vector<std::string> names;
+    for (const Elf64_Sym& symbol : table<Elf64_Sym>(type)) {
+      if (wanted(symbol)) names.emplace_back(bytes_.data() + texts + symbol.st_name);
+    }
+    return names;
+  }
+
   template <class Record>
   [[nodiscard]] Record at(std::size_t offset) const {
     if (offset + sizeof(Record) > bytes_.size()) throw std::runtime_error{"the file ends within a record"};
@@ -127,6 +145,13 @@ TEST(Exports, AreResolvedAtLoadTimeAndThenReadOnly) {
   EXPECT_TRUE(read_only_after_relocation);
   EXPECT_FALSE(executable_stack);
   EXPECT_EQ(file.dynamic(DT_TEXTREL), 0u);
+}
+
+// A regular-expression engine is 33 KB of code, and no operation needs one.
+TEST(Library, HoldsNoRegularExpressions) {
+  const std::vector<std::string> names = ElfFile{fakes::plugin_file()}.all_names();
+  ASSERT_THAT(names, Contains(HasSubstr("basic_string"))) << "not the names of a C++ library";
+  EXPECT_THAT(names, Not(Contains(HasSubstr("regex"))));
 }
 
 TEST(Exports, ComeInASharedLibrary) { EXPECT_EQ(ElfFile{fakes::plugin_file()}.header().e_type, ET_DYN); }

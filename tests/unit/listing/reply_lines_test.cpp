@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "common/strings.h"
+#include "common/split.h"
 
 namespace ftp_plugin {
 namespace {
