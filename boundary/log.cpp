@@ -1,8 +1,19 @@
 #include "boundary/log.h"
 
 #include <cstdarg>
+#include <exception>
+
+#include "boundary/error_codes.h"
 
 namespace ftp_plugin {
+namespace {
+
+void log_exception_text(const char* operation, const char* what) noexcept {
+  __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s exception: [%s]", operation,
+           text_or_empty(what));
+}
+
+}  // namespace
 
 void __LOG__A(ILog* log, LOGLEVEL level, const char* format, ...) noexcept {
   if (log == nullptr) return;
@@ -11,8 +22,7 @@ void __LOG__A(ILog* log, LOGLEVEL level, const char* format, ...) noexcept {
   try {
     log->Write(level, format, arguments);
   } catch (...) {
-    // A line that the host cannot write is lost; what it tells of goes on. We may be within a libcurl
-    // callback.
+    // The one exception that leaves no line: the log itself is what failed. What the line tells of goes on.
   }
   va_end(arguments);
 }
@@ -24,6 +34,18 @@ void log_operation(const char* operation, const char* path) noexcept {
 void log_exec_error(const char* operation, const char* path, int code) noexcept {
   __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s id: [%s] , exec error: [%d]", operation,
            text_or_empty(path), code);
+}
+
+void log_exception(const char* operation) noexcept {
+  try {
+    throw;  // the exception that the caller is handling
+  } catch (const std::exception& exception) {
+    log_exception_text(operation, exception.what());
+  } catch (AERROR code) {
+    log_exception_text(operation, error_name(code));
+  } catch (...) {
+    log_exception_text(operation, "unknown");
+  }
 }
 
 }  // namespace ftp_plugin

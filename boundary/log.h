@@ -20,4 +20,8 @@ void log_operation(const char* operation, const char* path) noexcept;
 /// "[PROTOCOL  ] %s id: [%s] , exec error: [%d]": a failed command. `path` may be null.
 void log_exec_error(const char* operation, const char* path, int code) noexcept;
 
+/// "[PROTOCOL  ] %s exception: [%s]": what was caught and goes no further. To be called while an exception is
+/// being handled. The second text is the exception's what(), or the name of a thrown AERROR. Needs no memory.
+void log_exception(const char* operation) noexcept;
+
 }  // namespace ftp_plugin

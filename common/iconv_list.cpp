@@ -13,6 +13,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "boundary/log.h"
+
 namespace ftp_plugin {
 namespace {
 
@@ -162,6 +164,7 @@ const encoding_list* process_list() noexcept {
     static const encoding_list list{read_encodings(find_modules_folder())};
     return &list;
   } catch (...) {
+    log_exception("iconvlist");
     return nullptr;
   }
 }

@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cstring>
 
+#include "boundary/log.h"
+
 namespace ftp_plugin {
 namespace {
 
@@ -39,6 +41,7 @@ std::size_t write_callback_cache_func(char* data, std::size_t size, std::size_t 
     context.received += static_cast<std::int64_t>(total);
     return total;
   } catch (...) {
+    log_exception("Read");
     return 0;  // the host's sink threw
   }
 }

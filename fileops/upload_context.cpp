@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "boundary/log.h"
 #include "fileops/read_context.h"
 
 namespace ftp_plugin {
@@ -30,6 +31,7 @@ std::size_t read_callback_cache_func(char* buffer, std::size_t size, std::size_t
     }
     return request.done;
   } catch (...) {
+    log_exception("Upload");
     return CURL_READFUNC_ABORT;  // the host's cache threw
   }
 }

@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   });
 
   // The conversions of a login: what they cannot convert ends the walk.
-  ftp_plugin::for_each_form_value(text.c_str(), [](const std::string& key, JsonObject& value) {
+  ftp_plugin::for_each_form_value("SetOpt", text.c_str(), [](const std::string& key, JsonObject& value) {
     if (key.size() % 2 == 0) {
       (void)static_cast<bool>(value);
     } else {

@@ -19,7 +19,7 @@ char** GetSupportProtocol(char** out) {
 }
 
 bool GetProtocol(const char* name, IProtocolManager* manager, void** out) {
-  return no_throw(false, [&] {
+  return no_throw("GetProtocol", false, [&] {
     *out = static_cast<IProtocol_V2*>(new Protocol{name, manager});
     return true;
   });
@@ -32,11 +32,11 @@ const char* GetProtocolVersion() { return ftp_plugin::protocol_version; }
 int GetAuthType() { return Protocol::GetAuthType(); }
 
 AERROR GetAuthFields(char* buffer, int* size) {
-  return no_throw(FAILED, [&] { return Protocol::GetAuthFields(buffer, size); });
+  return no_throw("GetAuthFields", FAILED, [&] { return Protocol::GetAuthFields(buffer, size); });
 }
 
 AERROR GetOptFields(char* buffer, int* size) {
-  return no_throw(FAILED, [&] { return Protocol::GetOptFields(buffer, size); });
+  return no_throw("GetOptFields", FAILED, [&] { return Protocol::GetOptFields(buffer, size); });
 }
 
 bool BindLogger(ILog* log) { return ftp_plugin::bind_logger(log); }

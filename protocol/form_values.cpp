@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "boundary/log.h"
+
 namespace ftp_plugin {
 namespace {
 
@@ -25,13 +27,14 @@ void walk_group(const JsonObject& group, const apply_function& apply) {
 
 }  // namespace
 
-void for_each_form_value(const char* document, const apply_function& apply) noexcept {
+void for_each_form_value(const char* operation, const char* document, const apply_function& apply) noexcept {
   try {
     const JsonObject groups{document};
     for (unsigned int n = 0; n < groups.GetArraySize(); ++n) {
       walk_group(groups[static_cast<int>(n)], apply);
     }
-  } catch (...) {  // NOLINT(bugprone-empty-catch): the host is told nothing about the shape of its documents
+  } catch (...) {
+    log_exception(operation);  // the host is told nothing else about the shape of its documents
   }
 }
 

@@ -14,11 +14,12 @@ namespace ftp_plugin {
 ///
 /// A document is taken for what can be read of it: the walk ends, without an error, where it meets something
 /// that is not of the expected shape or where `apply` throws (the conversions of JsonObject do so for a value
-/// of the wrong kind), and everything before that point has been applied. Text that is no JSON holds no
-/// field. Groups without "data" and elements of "data" without a key hold no field either; the walk goes on
-/// behind them. Of an element with several members only the first key counts.
+/// of the wrong kind), and everything before that point has been applied; a line in the log under the name
+/// `operation` tells why. Text that is no JSON holds no field. Groups without "data" and elements of "data"
+/// without a key hold no field either; the walk goes on behind them. Of an element with several members only
+/// the first key counts.
 void for_each_form_value(
-    const char* document,
+    const char* operation, const char* document,
     const std::function<void(const std::string& key, JsonObject& value)>& apply) noexcept;
 
 }  // namespace ftp_plugin

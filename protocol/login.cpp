@@ -29,7 +29,7 @@ void store_login_field(settings_map& options, const std::string& field, JsonObje
 }  // namespace
 
 void Protocol::store_login_fields(const char* fields) {
-  for_each_form_value(fields, [this](const std::string& field, JsonObject& value) {
+  for_each_form_value("Connect", fields, [this](const std::string& field, JsonObject& value) {
     if (field == "url") {
       parseURL(static_cast<std::string>(value));
     } else {
@@ -46,7 +46,7 @@ AERROR Protocol::log_in(const char* log_format) {
 }
 
 AERROR Protocol::Connect(IProtocolAuth*, const char* fields) {
-  return no_throw(FAILED, [&] {
+  return no_throw("Connect", FAILED, [&] {
     store_login_fields(fields);
     std::string& url = options[key::url];
     const std::size_t root_length = options[key::root_path].size();

@@ -34,13 +34,13 @@ void store_option(settings_map& options, const std::string& field, JsonObject& v
 }  // namespace
 
 AERROR Protocol::SetOpt(const char* name, const char* value) {
-  return no_throw(SUCCESS, [&] {
+  return no_throw("SetOpt", SUCCESS, [&] {
     if (name == nullptr || value == nullptr) return SUCCESS;
     // Not strcasecmp(): that follows the locale, which the host sets, and a Turkish "I" is no "i".
     if (curl_strequal(name, "speedlimit") != 0) {
       speed_limit = std::atoll(value);
     } else if (curl_strequal(name, "option_fields") != 0) {
-      for_each_form_value(value, [this](const std::string& field, JsonObject& entry) {
+      for_each_form_value("SetOpt", value, [this](const std::string& field, JsonObject& entry) {
         store_option(options, field, entry);
       });
     }

@@ -65,7 +65,7 @@ server_view Protocol::view() {
 }
 
 AERROR Protocol::GetUserInfo(char* buffer, int* size) {
-  return no_throw(FAILED, [&] {
+  return no_throw("GetUserInfo", FAILED, [&] {
     const server_view server = view();
     const std::string root = url_path(server.paths, std::string{server.url}, "");
     if (*size <= 0 || static_cast<std::size_t>(*size) <= root.size()) return INSUFFICIENT_BUFFER;
@@ -78,7 +78,7 @@ AERROR Protocol::GetQuota(unsigned long long* total, unsigned long long* free) {
   if (quota_callback != nullptr) {
     long long all = 0;
     long long used = 0;
-    if (no_throw(false, [&] { return quota_callback(quota_context, this, &all, &used); })) {
+    if (no_throw("GetQuota", false, [&] { return quota_callback(quota_context, this, &all, &used); })) {
       quota_total = static_cast<unsigned long long>(all);
       quota_free = quota_total - static_cast<unsigned long long>(used);
     }
@@ -100,7 +100,7 @@ AERROR Protocol::GetType(char** type) {
 }
 
 AERROR Protocol::GetCredential(char*, int*) {
-  return no_throw(FAILED, [&] {
+  return no_throw("GetCredential", FAILED, [&] {
     if (manager == nullptr) return FAILED;
     manager->PostValue(manager_value.c_str(), "pid", manager_value.c_str());
     return SUCCESS;

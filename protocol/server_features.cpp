@@ -49,7 +49,7 @@ int Protocol::SetFileTimeSupportMode() {
 int Protocol::GetFeature() {
   // Kept on purpose: where the host never said whose times count, FTP counts the server's and SFTP the local
   // ones. Pinned by Login.FeaturesTellServerTimesUnlessLocalOnesAreWanted.
-  return no_throw(kAlways | kCannotSetTimes, [&] {
+  return no_throw("GetFeature", kAlways | kCannotSetTimes, [&] {
     if (is_sftp()) {
       const bool server_times = setting_is(options, key::use_local_timestamp, "false");
       return kSftp | kAlways | kCannotSetTimes | (server_times ? kServerTimes : 0);

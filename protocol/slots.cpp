@@ -29,13 +29,13 @@ void log_move(const char* operation, const char* id, const char* target, const _
 }  // namespace
 
 AERROR Protocol::GetFileList(const char* id, IFileList* list, char** message) {
-  return no_throw(FAILED, [&] { return _GetFileList(id, list, message, nullptr, nullptr); });
+  return no_throw("GetFileList", FAILED, [&] { return _GetFileList(id, list, message, nullptr, nullptr); });
 }
 
 AERROR Protocol::GetChanges(IFileChanges*, char**) { return SUCCESS; }
 
 AERROR Protocol::GetFileInfo(const char* id, _FS_FILE_V2* file, char** message) {
-  return no_throw(FAILED, [&] {
+  return no_throw("GetFileInfo", FAILED, [&] {
     clear(message);
     log_operation("GetFileInfo", id);
     __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s dir: [%d]", "GetFileInfo",
@@ -52,14 +52,14 @@ AERROR Protocol::GetFileInfo(const char* id, _FS_FILE_V2* file, char** message) 
 }
 
 AERROR Protocol::Rename(const char* id, const char* target, _FS_FILE_V2* file, char** message) {
-  return no_throw(FILE_WRITE_FAILED, [&] {
+  return no_throw("Rename", FILE_WRITE_FAILED, [&] {
     log_move("Rename", id, target, *file);
     return Move(id, target, file, message);
   });
 }
 
 AERROR Protocol::Move(const char* id, const char* target, _FS_FILE_V2* file, char** message) {
-  return no_throw(FILE_WRITE_FAILED, [&] {
+  return no_throw("Move", FILE_WRITE_FAILED, [&] {
     log_move("Move", id, target, *file);
     clear(message);
     return read_again(move_entry(view(), id, target, file->name, file->attr), file->attr, *file);
@@ -67,7 +67,7 @@ AERROR Protocol::Move(const char* id, const char* target, _FS_FILE_V2* file, cha
 }
 
 AERROR Protocol::MoveDir(const char* id, const char* target, _FS_FILE_V2* file, char** message) {
-  return no_throw(FILE_WRITE_FAILED, [&] {
+  return no_throw("MoveDir", FILE_WRITE_FAILED, [&] {
     log_move("MoveDir", id, target, *file);
     file->attr = FS_ATTR_DIRECTORY;
     return Move(id, target, file, message);
@@ -75,7 +75,7 @@ AERROR Protocol::MoveDir(const char* id, const char* target, _FS_FILE_V2* file, 
 }
 
 AERROR Protocol::CreateDirectory(const char* id, _FS_FILE_V2* file, char** message) {
-  return no_throw(FOLDER_CREATION_FAILED, [&] {
+  return no_throw("CreateDirectory", FOLDER_CREATION_FAILED, [&] {
     log_operation("CreateDirectory", id);
     clear(message);
     return read_again(create_directory(view(), id, file->name), FS_ATTR_DIRECTORY, *file);
@@ -83,14 +83,14 @@ AERROR Protocol::CreateDirectory(const char* id, _FS_FILE_V2* file, char** messa
 }
 
 AERROR Protocol::Delete(const char* id, char** message) {
-  return no_throw(FAILED, [&] {
+  return no_throw("Delete", FAILED, [&] {
     log_operation("Delete", id);
     return _Delete(id, message, false);
   });
 }
 
 AERROR Protocol::DeleteDirectory(const char* id, char** message) {
-  return no_throw(FAILED, [&] {
+  return no_throw("DeleteDirectory", FAILED, [&] {
     log_operation("DeleteDirectory", id);
     return _Delete(id, message, true);
   });
@@ -98,7 +98,7 @@ AERROR Protocol::DeleteDirectory(const char* id, char** message) {
 
 AERROR Protocol::Read(const char* id, long long offset, long long length, std::shared_ptr<_FS_HANDLE> handle,
                       IFetchCallback* callback, char** message) {
-  return no_throw(FILE_READ_FAILED, [&] {
+  return no_throw("Read", FILE_READ_FAILED, [&] {
     clear(message);
     if (id == nullptr || *id == '\0' || length <= 0) return SUCCESS;  // nothing asked is nothing failed
     __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s [%s] offset %lld, length %lld", "Read", id,
@@ -109,7 +109,7 @@ AERROR Protocol::Read(const char* id, long long offset, long long length, std::s
 
 AERROR Protocol::Upload(const char* id, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* source,
                         _FS_FILE_V2* file, UPLOAD_FLAG, char** message) {
-  return no_throw(FILE_WRITE_FAILED, [&] {
+  return no_throw("Upload", FILE_WRITE_FAILED, [&] {
     __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s id [%s], name [%s]", "Upload",
              text_or_empty(id), file->name.c_str());
     clear(message);
@@ -119,7 +119,7 @@ AERROR Protocol::Upload(const char* id, std::shared_ptr<_FS_HANDLE> handle, ICac
 
 AERROR Protocol::SetFileTime(const char* id, std::string, std::string second, std::string third,
                              _FS_FILE_V2* file, char** message) {
-  return no_throw(FAILED, [&] {
+  return no_throw("SetFileTime", FAILED, [&] {
     log_operation("SetFileTime", id);
     if (!can_set_times(view())) return NOT_SUPPORTED;
     clear(message);

@@ -221,12 +221,14 @@ class ThrowingCache final : public ICacheIO {
   int ReadBlock(CACHE_READ_REQUEST*) override { throw std::runtime_error{"disk"}; }
 };
 
-TEST_F(Upload, ACacheThatThrowsFails) {
+TEST_F(Upload, ACacheThatThrowsFailsAndLeavesALine) {
   connected();
   ThrowingCache cache;
   file = sized("new.bin", 10);
   EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED);
-  expect_failure(42);
+  EXPECT_THAT(log.operations(), ElementsAre("1 [PROTOCOL  ] Upload id [/docs], name [new.bin]",
+                                            "8 [PROTOCOL  ] Upload exception: [disk]",
+                                            "8 [PROTOCOL  ] Upload id: [new.bin] , exec error: [42]"));
   expect_dropped();
 }
 

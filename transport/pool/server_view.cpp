@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "boundary/log.h"
 #include "common/charset.h"
 
 namespace ftp_plugin {
@@ -24,6 +25,7 @@ std::string encode_name(const server_view& server, std::string name, bool conver
     if (!to_server) return name;
     return convert_name(to_server, name).value_or(name);
   } catch (...) {
+    log_exception("_encode");
     return name;
   }
 }

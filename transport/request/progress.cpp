@@ -9,7 +9,7 @@ void report(const progress_binding* binding, curl_off_t total, curl_off_t now, C
   if (binding == nullptr || binding->function == nullptr) return;
   double speed = 0;
   if (binding->handle != nullptr) curl_easy_getinfo(binding->handle, speed_kind, &speed);
-  (void)no_throw(0, [&] { return binding->function(total, now, binding->context, speed); });
+  (void)no_throw("progress", 0, [&] { return binding->function(total, now, binding->context, speed); });
 }
 
 }  // namespace

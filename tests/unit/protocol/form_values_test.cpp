@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "protocol/field_descriptors.h"
+#include "tests/unit/transport/recording_log.h"
 
 namespace ftp_plugin {
 namespace {
@@ -18,7 +19,7 @@ using testing::IsEmpty;
 /// What a walk applied, as "key=value" with the value in JSON.
 std::vector<std::string> applied(const char* document) {
   std::vector<std::string> result;
-  for_each_form_value(document, [&](const std::string& key, JsonObject& value) {
+  for_each_form_value("SetOpt", document, [&](const std::string& key, JsonObject& value) {
     std::string text = value.ToText();
     text.pop_back();
     result.push_back(key + "=" + text);
@@ -117,19 +118,34 @@ TEST(ForEachFormValue, TextNestedTooDeeplyHoldsNoField) {
 TEST(ForEachFormValue, EndsAtAConversionThatMakesNoSense) {
   std::vector<bool> read;
   for_each_form_value(
+      "SetOpt",
       R"([{"data":[{"a":{"value":true}},{"b":{"value":0}},{"c":{"value":"true"}},{"d":{"value":true}}]},
           {"data":[{"e":{"value":true}}]}])",
       [&](const std::string&, JsonObject& value) { read.push_back(static_cast<bool>(value)); });
   EXPECT_THAT(read, ElementsAre(true, false));
 }
 
+TEST(ForEachFormValue, TellsTheLogWhyItEnded) {
+  const testing_tools::recording_log log;
+  for_each_form_value("Connect", "url=ftp://host", [](const std::string&, JsonObject&) {});
+  for_each_form_value("SetOpt", R"([{"data":[{"a":{"value":"text"}}]}])",
+                      [](const std::string&, JsonObject& value) { (void)static_cast<bool>(value); });
+  for_each_form_value("SetOpt", "[]", [](const std::string&, JsonObject&) {});
+  EXPECT_EQ(log.lines(),
+            (std::vector<testing_tools::log_line>{
+                {LOGLEVEL_ERROR, "[PROTOCOL  ] Connect exception: [JSON_PARSE_FAILED]"},
+                {LOGLEVEL_ERROR, "[PROTOCOL  ] SetOpt exception: [Value is not convertible to bool.]"},
+            }));
+}
+
 TEST(ForEachFormValue, LetsNoExceptionOut) {
   const char* const document = R"([{"data":[{"a":{"value":1}},{"b":{"value":2}}]}])";
   int calls = 0;
-  for_each_form_value(document, [&](const std::string&, JsonObject&) { ++calls, throw FAILED; });
-  for_each_form_value(document, [&](const std::string&, JsonObject&) { ++calls, throw std::bad_alloc{}; });
-  for_each_form_value(document, [&](const std::string&, JsonObject&) { ++calls, throw 7; });
-  for_each_form_value(document, [&](const std::string&, JsonObject& value) {
+  for_each_form_value("SetOpt", document, [&](const std::string&, JsonObject&) { ++calls, throw FAILED; });
+  for_each_form_value("SetOpt", document,
+                      [&](const std::string&, JsonObject&) { ++calls, throw std::bad_alloc{}; });
+  for_each_form_value("SetOpt", document, [&](const std::string&, JsonObject&) { ++calls, throw 7; });
+  for_each_form_value("SetOpt", document, [&](const std::string&, JsonObject& value) {
     ++calls;
     (void)value.GetObject("no/such/member");
   });
