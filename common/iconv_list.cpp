@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "boundary/log.h"
+#include "common/ascii.h"
 
 namespace ftp_plugin {
 namespace {
@@ -23,7 +24,8 @@ struct builtin_encoding {
   std::array<const char*, 13> names;
 };
 
-// What glibc converts without any module, and so in no file of its.
+// What glibc converts by itself. Its configuration lists only what it needs a module for, so none of these
+// stands there.
 constexpr builtin_encoding kBuiltin[] = {
     {13,
      {"ANSI_X3.4-1968", "ANSI_X3.4", "ISO-IR-6", "ANSI_X3.4-1986", "ISO_646.IRV:1991", "ASCII", "ISO646-US",
@@ -45,11 +47,7 @@ using callback = int (*)(unsigned int namescount, const char* const* names, void
 /// "csGB2312//".
 std::string plain_name(std::string_view name) {
   std::string result{name.substr(0, name.find_last_not_of('/') + 1)};
-  for (char& c : result) {
-    if (c >= 'a' && c <= 'z') {
-      c = static_cast<char>(c - 'a' + 'A');
-    }
-  }
+  std::ranges::transform(result, result.begin(), ascii::upper);
   return result;
 }
 

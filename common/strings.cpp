@@ -2,17 +2,18 @@
 
 #include <algorithm>
 
+#include "common/ascii.h"
+
 namespace ftp_plugin {
 namespace {
 
-// isspace() follows the process's locale, which the host sets; server texts are cut by the C locale's rules.
-constexpr const char* kWhiteSpace = " \t\n\v\f\r";
+bool is_text(char c) noexcept { return !ascii::is_space(c); }
 
 }  // namespace
 
 std::string& trim(std::string& text) noexcept {
-  text.erase(text.find_last_not_of(kWhiteSpace) + 1);
-  text.erase(0, text.find_first_not_of(kWhiteSpace));
+  text.erase(std::find_if(text.rbegin(), text.rend(), is_text).base(), text.end());
+  text.erase(text.begin(), std::ranges::find_if(text, is_text));
   return text;
 }
 

@@ -2,14 +2,12 @@
 
 #include <string_view>
 
+#include "common/ascii.h"
+
 namespace ftp_plugin {
 namespace {
 
-// Not isalnum(): that follows the locale, which the host sets.
-bool stays(char c) noexcept {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' || c == '.' ||
-         c == '/' || c == '_';
-}
+bool stays(char c) noexcept { return ascii::is_alnum(c) || c == '-' || c == '.' || c == '/' || c == '_'; }
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "common/ascii.h"
 #include "listing/wrapping.h"
 
 namespace ftp_plugin {
@@ -111,7 +112,7 @@ class line_parser {
     }
     const std::size_t semicolon = line_.find(';');
     if (semicolon != std::string_view::npos) return parse_multinet(semicolon);
-    if (line_.front() >= '0' && line_.front() <= '9') return parse_dos();
+    if (ascii::is_digit(line_.front())) return parse_dos();
     // Summary lines end here: "total 42", "Total of 7 files", the header of a VMS directory.
     return false;
   }

@@ -3,24 +3,11 @@
 #include <cstddef>
 #include <string>
 
+#include "common/ascii.h"
 #include "listing/c_number.h"
 
 namespace ftp_plugin {
 namespace {
-
-/// ASCII only: fact names hold nothing else, and the host's locale must not decide what a fact is.
-constexpr char to_lower(char c) noexcept {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-/// `lower` is in lower case.
-constexpr bool folds_to(std::string_view name, std::string_view lower) noexcept {
-  if (name.size() != lower.size()) return false;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    if (to_lower(name[i]) != lower[i]) return false;
-  }
-  return true;
-}
 
 /// Appends the `length` characters of `value` from `offset` on, or as many of them as there are.
 void append_piece(std::string& text, std::string_view value, std::size_t offset, std::size_t length) {
@@ -65,7 +52,7 @@ void set_times(std::string_view value, _FS_FILE_V2& record) {
 void apply_fact(std::string_view name, std::string_view value, _FS_FILE_V2& record) {
   switch (name.size()) {  // no two facts that are read need more than a look at their length to start with
     case 4:
-      if (folds_to(name, "type")) {
+      if (ascii::equal_ignoring_case(name, "type")) {
         // Values do not fold: "File" is no file. "cdir" and "pdir" are directories like any other. A size
         // behind the type of a directory stays, one before it does not: facts count in their order. A host
         // that shows sizes of directories would notice. Pinned by the Facts rows of
@@ -76,12 +63,12 @@ void apply_fact(std::string_view name, std::string_view value, _FS_FILE_V2& reco
           record.attr = FS_ATTR_DIRECTORY;
           record.size = 0;
         }
-      } else if (folds_to(name, "size") || folds_to(name, "sizd")) {
+      } else if (ascii::equal_ignoring_case(name, "size") || ascii::equal_ignoring_case(name, "sizd")) {
         record.size = atoll_of(value);
       }
       break;
     case 6:
-      if (folds_to(name, "modify")) set_times(value, record);
+      if (ascii::equal_ignoring_case(name, "modify")) set_times(value, record);
       break;
     default:
       break;

@@ -1,10 +1,9 @@
-#include <curl/curl.h>
-
 #include <cstdlib>
 #include <string>
 #include <utility>
 
 #include "boundary/no_throw.h"
+#include "common/ascii.h"
 #include "protocol/form_values.h"
 #include "protocol/protocol.h"
 #include "protocol/server_url.h"
@@ -36,10 +35,9 @@ void store_option(settings_map& options, const std::string& field, JsonObject& v
 AERROR Protocol::SetOpt(const char* name, const char* value) {
   return no_throw("SetOpt", SUCCESS, [&] {
     if (name == nullptr || value == nullptr) return SUCCESS;
-    // Not strcasecmp(): that follows the locale, which the host sets, and a Turkish "I" is no "i".
-    if (curl_strequal(name, "speedlimit") != 0) {
+    if (ascii::equal_ignoring_case(name, "speedlimit")) {
       speed_limit = std::atoll(value);
-    } else if (curl_strequal(name, "option_fields") != 0) {
+    } else if (ascii::equal_ignoring_case(name, "option_fields")) {
       for_each_form_value("SetOpt", value, [this](const std::string& field, JsonObject& entry) {
         store_option(options, field, entry);
       });

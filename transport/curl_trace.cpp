@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "boundary/log.h"
+#include "common/ascii.h"
 
 namespace ftp_plugin {
 namespace {
@@ -15,8 +16,6 @@ namespace {
 constexpr std::string_view kSecretHeaders[] = {"authorization:", "proxy-authorization:"};
 constexpr std::string_view kPasswordCommand = "PASS ";
 constexpr std::size_t kLongestName = 20;  // "proxy-authorization:"
-
-constexpr char lower(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 /// Copies what is sent, byte by byte, without the secret values in it. One lives on each thread, since a
 /// header line may begin in one traced piece and end in the next one.
@@ -79,7 +78,7 @@ class Redactor {
 
   static bool is_secret_header(std::string_view name) noexcept {
     return std::ranges::any_of(
-        kSecretHeaders, [&](std::string_view secret) { return std::ranges::equal(name, secret, {}, lower); });
+        kSecretHeaders, [&](std::string_view secret) { return ascii::equal_ignoring_case(name, secret); });
   }
 
   const CURL* handle_ = nullptr;
