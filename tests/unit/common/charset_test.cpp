@@ -72,6 +72,22 @@ TEST(ConvertName, LeavesLongerNamesAlone) {
   EXPECT_EQ(convert_name(conversion, std::string(1'000'000, 'a')), std::nullopt);
 }
 
+TEST(ConvertName, NeedsRoomForTheShiftBackAsWell) {
+  const converter conversion{"ISO-2022-JP", "UTF-8"};
+  const auto name = [](std::size_t letters) {
+    std::string text;
+    for (std::size_t n = 0; n < letters; ++n) {
+      text += "\xE3\x81\x82";  // two bytes of the result
+    }
+    return text;
+  };
+  constexpr std::size_t kShifts = 2 * 3;  // "\x1b$B" in front, "\x1b(B" behind
+  constexpr std::size_t kMost = (kNameBufferSize - kShifts - 1) / 2;
+  ASSERT_TRUE(convert_name(conversion, name(kMost)));
+  EXPECT_EQ(convert_name(conversion, name(kMost))->size(), 2 * kMost + kShifts);
+  EXPECT_EQ(convert_name(conversion, name(kMost + 1)), std::nullopt);
+}
+
 TEST(ConvertName, NeedsNoRoomForAZeroThatIsThere) {
   const converter conversion{"UTF-8", "ISO-8859-1"};
   std::string name(kNameBufferSize, 'a');

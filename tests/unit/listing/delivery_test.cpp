@@ -311,6 +311,24 @@ TEST_F(Delivery, KeepsANameThatCannotBeConverted) {
   EXPECT_EQ(logger_.lines_with("exception"), Texts{});
 }
 
+TEST_F(Delivery, BeginsAndEndsEveryNameInTheInitialState) {
+  // This encoding holds a letter back until it knows that no accent follows: the next name is no accent.
+  charset_ = "TCVN";
+  listing_context vietnamese = context(true);
+  vietnamese.names_are_utf8 = false;
+  deliver_listing("type=file; ca\ntype=file; \xb3\ntype=file; e\n", vietnamese);
+  EXPECT_EQ(list_.names()[0], "ca");
+  EXPECT_EQ(list_.names()[2], "e");
+
+  // A name that ends shifted does not shift the next one.
+  charset_ = "ISO-2022-JP";
+  listing_context japanese = context(true);
+  japanese.names_are_utf8 = false;
+  deliver_listing("type=file; \x1b$B$\"\ntype=file; $\"\n", japanese);
+  EXPECT_EQ(list_.names()[3], "あ");
+  EXPECT_EQ(list_.names()[4], "$\"");
+}
+
 TEST_F(Delivery, KeepsNamesWhoseEncodingNobodyKnows) {
   charset_ = "NO-SUCH-CHARSET";
   listing_context unknown = context(true);
