@@ -1,18 +1,14 @@
 #include "host/redact.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cctype>
+
+#include "host/text.h"
 
 namespace ftp_host {
 namespace {
 
 constexpr std::string_view kStars = "***";
-
-bool same_text(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
 
 std::size_t line_end(std::string_view text, std::size_t from) {
   return std::min(text.find_first_of("\r\n", from), text.size());
@@ -24,7 +20,7 @@ std::string hide_after(std::string_view text, std::string_view word) {
   std::size_t at = 0;
   while (at < text.size()) {
     const bool starts = at == 0 || std::isalnum(static_cast<unsigned char>(text[at - 1])) == 0;
-    if (starts && same_text(text.substr(at, word.size()), word)) {
+    if (starts && equal_ignoring_case(text.substr(at, word.size()), word)) {
       out.append(text.substr(at, word.size())).append(kStars);
       at = line_end(text, at + word.size());
     } else {

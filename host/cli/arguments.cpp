@@ -2,10 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <sstream>
 
 #include "host/failure.h"
+#include "host/text.h"
 
 namespace ftp_host {
 namespace {
@@ -22,11 +22,9 @@ constexpr const char* kAbout =
 /// Thirty years: clocks count nanoseconds, and those of a much longer time do not fit their number.
 constexpr long kLongestSeconds = 1'000'000'000;
 
-std::optional<std::int64_t> parse_number(std::string_view text) {
-  std::int64_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc{} || end != text.data() + text.size() || value < 0) return std::nullopt;
-  return value;
+std::optional<std::int64_t> parse_offset(std::string_view text) {
+  const auto number = parse_number<std::int64_t>(text);
+  return number && *number >= 0 ? number : std::nullopt;
 }
 
 /// What the options fill before it is checked.
@@ -167,8 +165,8 @@ ByteRange parse_range(const std::string& text) {
   if (dash != std::string::npos) {
     const std::string first = text.substr(0, dash);
     const std::string last = text.substr(dash + 1);
-    range.first = parse_number(first);
-    range.last = parse_number(last);
+    range.first = parse_offset(first);
+    range.last = parse_offset(last);
     const bool readable =
         (first.empty() || range.first) && (last.empty() || range.last) && (range.first || range.last);
     if (readable && !(range.first && range.last && *range.last < *range.first)) return range;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/cli/arguments.h"
+#include "host/cli/console.h"
 #include "host/remote/module.h"
 #include "host/remote/operation.h"
 #include "host/remote/session.h"

@@ -5,6 +5,8 @@
 #include <chrono>
 
 #include "host/cli/commands.h"
+#include "host/cli/progress_line.h"
+#include "host/cli/quantity_text.h"
 #include "host/copy/download.h"
 #include "host/copy/fetch.h"
 #include "host/names.h"
@@ -25,8 +27,7 @@ Entry must_be_file(Session& session, const std::string& id, std::string_view ins
 /// Downloads a tree. One file that fails does not end it; the first failure decides the exit code.
 class TreeDownload {
  public:
-  TreeDownload(Context& context, Session& session)
-      : context_{context}, session_{session}, progress_{context.console} {}
+  TreeDownload(Context& context, Session& session) : context_{context}, session_{session} {}
 
   void directory(const Listing& listing, const std::string& id, const LocalDirectory& local) {
     if (!path_.enter(listing, id)) {
@@ -65,7 +66,7 @@ class TreeDownload {
     context_.console.detail(fmt::format("{}: {} bytes", local.path_of(name), result.bytes));
   }
 
-  void set_total(std::int64_t bytes) { progress_.set_total(bytes); }
+  void begin(std::int64_t bytes) { progress_.begin(bytes); }
 
   ExitCode end() {
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin_;
@@ -115,6 +116,7 @@ class TreeDownload {
   Context& context_;
   Session& session_;
   Progress progress_;
+  ProgressLine line_{context_.console, progress_};
   WalkPath path_{list_of(session_)};
   std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
   std::size_t files_ = 0, skipped_ = 0, failed_ = 0;
@@ -157,9 +159,10 @@ ExitCode run_cat(Context& context) {
     }
   }
   if (isatty(STDOUT_FILENO) != 0) context.console.detail("writing to a terminal as it comes");
-  Progress progress{context.console};
+  Progress progress;
+  const ProgressLine line{context.console, progress};
+  progress.begin(entry.size < 0 ? -1 : extent.length < 0 ? entry.size : extent.length);
   Progress::File shown{progress, entry.name, entry.size};
-  if (entry.size >= 0) progress.set_total(extent.length < 0 ? entry.size : extent.length);
   std::optional<Failure> refused;
   (void)fetch(*session, entry, extent.offset, extent.length,
               [&](std::int64_t, const char* data, std::size_t length) {
@@ -186,7 +189,7 @@ ExitCode run_get(Context& context) {
     const Entry entry = must_be_file(*session, url.path, ": use -r");
     const SplitPath target = file_target(arguments, leaf_name(url.path));
     const LocalDirectory directory = LocalDirectory::open(target.directory);
-    download.set_total(entry.size);
+    download.begin(entry.size);
     download.file(entry, directory, target.name);
     directory.remove_temporaries(target.name, "");
     return download.end();
@@ -200,6 +203,7 @@ ExitCode run_get(Context& context) {
   }
   const std::string target = tree_target(arguments, url);
   make_local_directory(target);
+  download.begin(-1);
   download.directory(listing, top.id, LocalDirectory::open(target));
   return download.end();
 }

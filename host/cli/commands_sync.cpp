@@ -6,6 +6,8 @@
 #include <system_error>
 
 #include "host/cli/commands.h"
+#include "host/cli/progress_line.h"
+#include "host/cli/quantity_text.h"
 #include "host/copy/sync_run.h"
 #include "host/copy/upload.h"
 #include "host/names.h"
@@ -84,8 +86,14 @@ ExitCode synchronise(Context& context, Session& session, const RemoteUrl& url, c
   RemoteTree remote_tree{session, url.path};
   options.rules.equal_times = !options.upload || session.sets_times();
   options.rules.window = arguments.modify_window;
-  SyncRun run{session, context.console, local_tree, remote_tree, options, arguments.parallel};
-  return show_report(context, run.run(there, arguments.dry_run), arguments.dry_run);
+  Progress progress;
+  SyncRun run{session, context.console, progress, local_tree, remote_tree, options, arguments.parallel};
+  SyncReport report;
+  {
+    const ProgressLine line{context.console, progress};
+    report = run.run(there, arguments.dry_run);
+  }
+  return show_report(context, report, arguments.dry_run);
 }
 
 ExitCode put_file(Context& context, Session& session, const RemoteUrl& url, const std::string& local) {
@@ -114,10 +122,11 @@ ExitCode put_file(Context& context, Session& session, const RemoteUrl& url, cons
   }
   SyncReport report;
   {
-    Progress progress{context.console};
+    Progress progress;
+    const ProgressLine line{context.console, progress};
     const std::optional<LocalEntry> source = find_local(resolved.string());
     if (!source) throw local_failure(local, ENOENT);
-    progress.set_total(source->size);
+    progress.begin(source->size);
     const auto begin = std::chrono::steady_clock::now();
     report.bytes =
         upload_file(session, progress, LocalDirectory::open(from.directory), from.name, directory, name);

@@ -8,7 +8,7 @@
 
 #include "host/cli/arguments.h"
 #include "host/cli/commands.h"
-#include "host/plugin_log.h"
+#include "host/cli/trace.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Downloads one remote file into a local directory: to a temporary name first, then under its own.
 #pragma once
 
+#include "host/copy/progress.h"
 #include "host/local/local_files.h"
-#include "host/progress.h"
 #include "host/remote/session.h"
 
 namespace ftp_host {

@@ -34,10 +34,11 @@ void run_parallel(unsigned threads, std::size_t count, const std::function<void(
   if (thrown) std::rethrow_exception(thrown);
 }
 
-SyncRun::SyncRun(Session& session, Console& console, LocalTree& local, RemoteTree& remote,
-                 const SyncOptions& options, unsigned parallel)
+SyncRun::SyncRun(Session& session, Messages& messages, Progress& progress, LocalTree& local,
+                 RemoteTree& remote, const SyncOptions& options, unsigned parallel)
     : session_{session},
-      console_{console},
+      messages_{messages},
+      progress_{progress},
       local_{local},
       source_{options.upload ? static_cast<Tree&>(local) : remote},
       target_{options.upload ? static_cast<Tree&>(remote) : local},
@@ -57,14 +58,14 @@ bool SyncRun::guarded(Step&& step) {
 }
 
 void SyncRun::fail(const Failure& failure) {
-  console_.complain(failure.what());
+  messages_.complain(failure.what());
   const std::lock_guard lock{mutex_};
   ++report_.failed;
   if (report_.code == ExitCode::ok) report_.code = failure.code();
 }
 
 void SyncRun::note(std::string what, const std::string& path, bool directory) {
-  console_.detail(what + " " + path + (directory ? "/" : ""));
+  messages_.detail(what + " " + path + (directory ? "/" : ""));
   const std::lock_guard lock{mutex_};
   report_.actions.push_back({std::move(what), path, directory});
 }
@@ -73,7 +74,7 @@ SyncReport SyncRun::run(bool target_exists, bool dry) {
   const auto begin = std::chrono::steady_clock::now();
   Plan plan = make_plan(source_, target_, target_exists, options_);
   for (const Failure& problem : plan.problems) fail(problem);
-  for (const std::string& what : plan.left_out) console_.notice(what + ": left out");
+  for (const std::string& what : plan.left_out) messages_.notice(what + ": left out");
   settle_doubts(plan);
   report_.unchanged = plan.unchanged;
   if (dry) {
@@ -138,17 +139,14 @@ void SyncRun::carry_out(Plan& plan) {
   // Without them what they are in the way of fails, and says so.
   if (report_.failed == 0) remove(plan.conflicts);
   make_directories(plan);
-  {
-    Progress progress{console_};
-    std::int64_t total = 0;
-    for (const PlannedFile& file : plan.files) total += std::max<std::int64_t>(file.source.size, 0);
-    progress.set_total(total);
-    progress.set_files(plan.files.size());
-    run_parallel(parallel_, plan.files.size(),
-                 [&](std::size_t index) { guarded([&] { copy(plan, plan.files[index], progress); }); });
-  }
+  std::int64_t total = 0;
+  for (const PlannedFile& file : plan.files) total += std::max<std::int64_t>(file.source.size, 0);
+  progress_.begin(total, plan.files.size());
+  run_parallel(parallel_, plan.files.size(),
+               [&](std::size_t index) { guarded([&] { copy(plan, plan.files[index]); }); });
+  progress_.end();
   if (report_.failed > 0) {
-    if (!plan.extras.empty()) console_.notice("nothing is removed after a failure");
+    if (!plan.extras.empty()) messages_.notice("nothing is removed after a failure");
     return;
   }
   if (!options_.upload) remove_temporaries(plan);
@@ -157,7 +155,7 @@ void SyncRun::carry_out(Plan& plan) {
 
 void SyncRun::remove_temporaries(const Plan& plan) {
   for (const PlannedRemoval& removal : plan.temporaries) {
-    console_.detail("what an interrupted run left: " + removal.path);
+    messages_.detail("what an interrupted run left: " + removal.path);
     guarded([&] { target_.remove_temporary(removal.place); });
   }
 }
@@ -190,16 +188,16 @@ void SyncRun::make_directories(Plan& plan) {
   }
 }
 
-void SyncRun::copy(const Plan& plan, const PlannedFile& file, Progress& progress) {
+void SyncRun::copy(const Plan& plan, const PlannedFile& file) {
   const std::optional<std::string>& place = plan.directories[file.directory].target;
   if (!place) return;
   std::int64_t bytes = 0;
   if (options_.upload) {
     const LocalDirectory from = local_.open(plan.directories[file.directory].path);
-    bytes = upload_file(session_, progress, from, file.source.name, *place, file.source.name);
+    bytes = upload_file(session_, progress_, from, file.source.name, *place, file.source.name);
   } else {
     const Entry exact = settled_file(session_, file.source);
-    bytes = download_file(session_, progress, exact, local_.open(*place), exact.name, true).bytes;
+    bytes = download_file(session_, progress_, exact, local_.open(*place), exact.name, true).bytes;
   }
   note("copy", file.path, false);
   const std::lock_guard lock{mutex_};

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "host/console.h"
+#include "host/copy/progress.h"
 #include "host/copy/sync_plan.h"
-#include "host/progress.h"
+#include "host/messages.h"
 
 namespace ftp_host {
 
@@ -28,7 +28,7 @@ struct SyncReport {
 
 class SyncRun {
  public:
-  SyncRun(Session& session, Console& console, LocalTree& local, RemoteTree& remote,
+  SyncRun(Session& session, Messages& messages, Progress& progress, LocalTree& local, RemoteTree& remote,
           const SyncOptions& options, unsigned parallel);
 
   /// `dry`: finds out and reports what would be done, and changes nothing.
@@ -41,14 +41,15 @@ class SyncRun {
   void remove(const std::vector<PlannedRemoval>& removals);
   void remove_temporaries(const Plan& plan);
   void make_directories(Plan& plan);
-  void copy(const Plan& plan, const PlannedFile& file, Progress& progress);
+  void copy(const Plan& plan, const PlannedFile& file);
   void note(std::string what, const std::string& path, bool directory);
   void fail(const Failure& failure);
   template <class Step>
   bool guarded(Step&& step);
 
   Session& session_;
-  Console& console_;
+  Messages& messages_;
+  Progress& progress_;
   LocalTree& local_;
   Tree& source_;
   Tree& target_;

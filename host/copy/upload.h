@@ -1,8 +1,8 @@
 // Uploads one local file: to a temporary name first, with its time, then under its own.
 #pragma once
 
+#include "host/copy/progress.h"
 #include "host/local/local_files.h"
-#include "host/progress.h"
 #include "host/remote/session.h"
 
 namespace ftp_host {

@@ -2,11 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <cctype>
 #include <charconv>
 #include <cmath>
 
 #include "host/failure.h"
+#include "host/text.h"
 
 namespace ftp_host {
 namespace {
@@ -74,8 +74,7 @@ std::int64_t parse_byte_count(std::string_view text, std::string_view what) {
   double factor = 1;
   std::string_view rest{end, static_cast<std::size_t>(text.data() + text.size() - end)};
   if (!rest.empty()) {
-    const std::size_t power =
-        std::string_view{"KMGT"}.find(static_cast<char>(std::toupper(static_cast<unsigned char>(rest[0]))));
+    const std::size_t power = std::string_view{"kmgt"}.find(to_lower(rest[0]));
     if (power != std::string_view::npos) {
       factor = std::pow(1024.0, static_cast<double>(power + 1));
       rest.remove_prefix(1);

@@ -44,10 +44,10 @@ Outcome Operations::run(const std::string& what, LifeSign& life, const std::func
       }
       if (cancellation_.requested()) {
         if (leave_at == Clock::time_point::max()) leave_at = now + kGrace;
-        if (now >= leave_at) console_.leave(ExitCode::cancelled, "cancelled");
+        if (now >= leave_at) messages_.leave(ExitCode::cancelled, "cancelled");
       } else if (limit_.count() > 0 && now - last_sign >= limit_) {
-        console_.leave(ExitCode::timed_out,
-                       fmt::format("{}: nothing happened for {} s (--timeout)", what, limit_.count()));
+        messages_.leave(ExitCode::timed_out,
+                        fmt::format("{}: nothing happened for {} s (--timeout)", what, limit_.count()));
       }
     }
   }

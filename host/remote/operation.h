@@ -10,8 +10,8 @@
 
 #include "boundary/abi/error_codes.h"
 #include "host/cancellation.h"
-#include "host/console.h"
-#include "host/plugin_log.h"
+#include "host/messages.h"
+#include "host/remote/operation_log.h"
 
 namespace ftp_host {
 
@@ -33,8 +33,8 @@ struct Outcome {
 class Operations {
  public:
   /// `limit`: how long an operation may go without a sign of life; zero for ever.
-  Operations(Cancellation& cancellation, Console& console, std::chrono::seconds limit)
-      : cancellation_{cancellation}, console_{console}, limit_{limit} {}
+  Operations(Cancellation& cancellation, Messages& messages, std::chrono::seconds limit)
+      : cancellation_{cancellation}, messages_{messages}, limit_{limit} {}
 
   /// Runs `call` on a thread of its own and waits for it. A call that outlives the limit, or does not end
   /// soon after Ctrl-C, cannot be stopped: its thread may hang inside the plug-in for ever. The process then
@@ -47,11 +47,11 @@ class Operations {
   bool wait_beyond(std::time_t second) const;
 
   [[nodiscard]] Cancellation& cancellation() const noexcept { return cancellation_; }
-  [[nodiscard]] Console& console() const noexcept { return console_; }
+  [[nodiscard]] Messages& messages() const noexcept { return messages_; }
 
  private:
   Cancellation& cancellation_;
-  Console& console_;
+  Messages& messages_;
   std::chrono::seconds limit_;
 };
 

@@ -3,21 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
-#include <charconv>
+#include <cstdint>
 #include <vector>
 
 #include "host/failure.h"
+#include "host/text.h"
 
 namespace ftp_host {
 namespace {
-
-int hex_digit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
 
 /// Whether what follows the name or the bracketed address is nothing, or the number of a port.
 bool has_good_port(std::string_view server) {
@@ -28,9 +21,8 @@ bool has_good_port(std::string_view server) {
   if (rest.empty()) return true;
   if (!rest.starts_with(':')) return false;
   rest.remove_prefix(1);
-  unsigned port = 0;
-  const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), port);
-  return error == std::errc{} && end == rest.data() + rest.size() && port >= 1 && port <= 65535;
+  const auto port = parse_number<std::uint16_t>(rest);
+  return port && *port > 0;
 }
 
 Failure usage(std::string_view what) { return Failure{ExitCode::usage, std::string{what}}; }
@@ -48,12 +40,12 @@ std::string percent_decode(std::string_view text) {
       out.push_back(text[i]);
       continue;
     }
-    const int high = i + 2 < text.size() ? hex_digit(text[i + 1]) : -1;
-    const int low = high < 0 ? -1 : hex_digit(text[i + 2]);
-    if (low < 0) throw usage("a % in a URL needs two hexadecimal digits (a plain % is %25)");
-    const char byte = static_cast<char>(high * 16 + low);
-    if (byte == '\0') throw usage("a URL cannot hold a zero byte");
-    out.push_back(byte);
+    const std::string_view digits = text.substr(i + 1, 2);
+    const auto byte = parse_number<std::uint8_t>(digits, 16);
+    if (digits.size() < 2 || !byte)
+      throw usage("a % in a URL needs two hexadecimal digits (a plain % is %25)");
+    if (*byte == 0) throw usage("a URL cannot hold a zero byte");
+    out.push_back(static_cast<char>(*byte));
     i += 2;
   }
   return out;
@@ -82,9 +74,7 @@ RemoteUrl parse_remote_url(std::string_view text) {
   RemoteUrl url;
   const std::size_t colon = text.find("://");
   if (colon == std::string_view::npos) throw usage(fmt::format("{} is not a URL (ftp://host/path)", text));
-  url.scheme = text.substr(0, colon);
-  std::transform(url.scheme.begin(), url.scheme.end(), url.scheme.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  url.scheme = to_lower(text.substr(0, colon));
   if (url.scheme != "ftp" && url.scheme != "ftps" && url.scheme != "sftp") {
     throw usage(fmt::format("the scheme {} is not served: use ftp, ftps or sftp", url.scheme));
   }

@@ -96,8 +96,8 @@ Session::~Session() {
   if (done.wait_for(kGoodbye) == std::future_status::ready) {
     worker.join();
   } else {
-    operations_.console().detail("the server does not answer the goodbye");
-    operations_.console().abandon();
+    operations_.messages().detail("the server does not answer the goodbye");
+    operations_.messages().abandon();
     worker.detach();
   }
 }
@@ -107,7 +107,7 @@ void Session::connect(const ConnectOptions& options) {
   (void)protocol_->SetOpt("option_fields",
                           fill_document(option_document(module_), option_values(options)).c_str());
   (void)protocol_->SetOpt("speedlimit", std::to_string(options.limit_rate).c_str());
-  operations_.console().detail(
+  operations_.messages().detail(
       fmt::format("logging in to {} as {}", url_.root(), options.user.empty() ? "anonymous" : options.user));
   LifeSign life;
   const Outcome outcome = operations_.run("login at " + url_.root(), life,

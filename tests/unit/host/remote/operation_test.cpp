@@ -7,6 +7,8 @@
 #include <future>
 #include <thread>
 
+#include "host/cli/console.h"
+
 namespace ftp_host {
 namespace {
 

@@ -1,4 +1,4 @@
-#include "host/progress.h"
+#include "host/cli/progress_line.h"
 
 #include <gtest/gtest.h>
 
@@ -31,38 +31,20 @@ TEST(Rate, StartsAgainWhenBytesAreTakenBack) {
   EXPECT_NEAR(rate.per_second(), 50, 0.1);
 }
 
-TEST(ByteText, KeepsThreeDigits) {
-  EXPECT_EQ(byte_text(0), "0 B");
-  EXPECT_EQ(byte_text(999), "999 B");
-  EXPECT_EQ(byte_text(1000), "1.0 KiB");
-  EXPECT_EQ(byte_text(1536), "1.5 KiB");
-  EXPECT_EQ(byte_text(200.0 * 1024 * 1024), "200 MiB");
-}
-
-TEST(DurationText, GrowsAnHourColumn) {
-  EXPECT_EQ(duration_text(5), "0:05");
-  EXPECT_EQ(duration_text(754), "12:34");
-  EXPECT_EQ(duration_text(3723), "1:02:03");
-  EXPECT_EQ(duration_text(-1), "--:--");
-  EXPECT_EQ(duration_text(1e9), "--:--");
-}
-
 TEST(ProgressText, TellsShareRateAndTimeLeft) {
-  ProgressState state;
-  state.name = "file";
-  state.done = 1024 * 1024;
-  state.total = 4 * 1024 * 1024;
-  state.rate = 1024 * 1024;
-  EXPECT_EQ(progress_text(state, 100), "file   25%  1.0 MiB of 4.0 MiB  1.0 MiB/s  0:03 left");
+  Progress::Snapshot now;
+  now.files = {{"file", 4 * 1024 * 1024, 1024 * 1024}};
+  now.done = 1024 * 1024;
+  now.total = 4 * 1024 * 1024;
+  EXPECT_EQ(progress_text(now, 1024 * 1024, 100), "file   25%  1.0 MiB of 4.0 MiB  1.0 MiB/s  0:03 left");
 }
 
 TEST(ProgressText, CutsTheNameAndNotTheNumbers) {
-  ProgressState state;
-  state.name = "a/long/path/to/a/file/with/a/long/name.bin";
-  state.done = 10;
-  state.total = 20;
-  state.rate = 1;
-  const std::string text = progress_text(state, 60);
+  Progress::Snapshot now;
+  now.files = {{"a/long/path/to/a/file/with/a/long/name.bin", 20, 10}};
+  now.done = 10;
+  now.total = 20;
+  const std::string text = progress_text(now, 1, 60);
   EXPECT_LE(text.size(), 60u);
   EXPECT_EQ(text.substr(0, 3), "...");
   EXPECT_NE(text.find("name.bin   50%"), std::string::npos) << text;
@@ -70,15 +52,25 @@ TEST(ProgressText, CutsTheNameAndNotTheNumbers) {
 }
 
 TEST(ProgressText, FitsATinyTerminal) {
-  ProgressState state;
-  state.total = 100;
-  EXPECT_LE(progress_text(state, 10).size(), 10u);
+  Progress::Snapshot now;
+  now.total = 100;
+  EXPECT_LE(progress_text(now, 0, 10).size(), 10u);
 }
 
 TEST(ProgressText, SaysNothingOfTheTimeLeftWhenTheSizeIsUnknown) {
-  ProgressState state;
-  state.done = 5;
-  EXPECT_EQ(progress_text(state, 80).find("left"), std::string::npos);
+  Progress::Snapshot now;
+  now.done = 5;
+  EXPECT_EQ(progress_text(now, 0, 80).find("left"), std::string::npos);
+}
+
+TEST(ProgressText, TellsTheShareOfEachFileBesideSeveral) {
+  Progress::Snapshot now;
+  now.files = {{"a", 200, 100}, {"b\x1b", 100, 25}, {"unknown", -1, 5}};
+  now.files_done = 3;
+  now.files_total = 6;
+  const std::string text = progress_text(now, 0, 80);
+  EXPECT_EQ(text.substr(0, text.find("  ")), "a 50%, b\\x1B 25%, unknown") << text;
+  EXPECT_NE(text.find("3/6 files"), std::string::npos) << text;
 }
 
 }  // namespace

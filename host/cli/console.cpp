@@ -1,4 +1,4 @@
-#include "host/console.h"
+#include "host/cli/console.h"
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>
