@@ -25,28 +25,25 @@ Cancellation::Cancellation() {
   sigaddset(&set, SIGTERM);
   sigaddset(&set, SIGHUP);
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
-  signals_ = signalfd(-1, &set, SFD_CLOEXEC);
-  event_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  stop_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (signals_ < 0 || event_ < 0 || stop_ < 0) throw local_failure("cannot watch for signals", errno);
+  signals_ = Descriptor{signalfd(-1, &set, SFD_CLOEXEC)};
+  event_ = Descriptor{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+  stop_ = Descriptor{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+  if (!signals_ || !event_ || !stop_) throw local_failure("cannot watch for signals", errno);
   watcher_ = std::thread{[this] { watch(); }};
 }
 
 Cancellation::~Cancellation() {
-  (void)eventfd_write(stop_, 1);
+  (void)eventfd_write(stop_.get(), 1);
   watcher_.join();
-  close(signals_);
-  close(event_);
-  close(stop_);
 }
 
 void Cancellation::watch() {
-  pollfd waits[] = {{signals_, POLLIN, 0}, {stop_, POLLIN, 0}};
+  pollfd waits[] = {{signals_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}};
   for (;;) {
     if (poll(waits, 2, -1) < 0) continue;  // EINTR
     if (waits[1].revents != 0) return;
     signalfd_siginfo info{};
-    if (read(signals_, &info, sizeof info) != sizeof info) continue;
+    if (read(signals_.get(), &info, sizeof info) != sizeof info) continue;
     if (requested()) _exit(static_cast<int>(ExitCode::cancelled));
     request();
   }
@@ -55,7 +52,7 @@ void Cancellation::watch() {
 void Cancellation::request() {
   const std::lock_guard lock{mutex_};
   requested_.store(true);
-  (void)eventfd_write(event_, 1);
+  (void)eventfd_write(event_.get(), 1);
   for (const auto& weak : handles_) {
     if (const auto handle = weak.lock()) stop_transfer(*handle);
   }

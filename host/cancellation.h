@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "boundary/abi/transfer_handle.h"
+#include "host/owner.h"
 
 namespace ftp_host {
 
@@ -28,7 +29,7 @@ class Cancellation {
   /// Throws a Failure (cancelled) once a stop was asked for.
   void check() const;
   /// Readable from the moment a stop was asked for.
-  [[nodiscard]] int event() const noexcept { return event_; }
+  [[nodiscard]] int event() const noexcept { return event_.get(); }
   /// A handle for one transfer that a stop reaches; it begins stopped when the stop came before.
   [[nodiscard]] std::shared_ptr<_FS_HANDLE> new_handle();
 
@@ -38,9 +39,7 @@ class Cancellation {
   std::atomic<bool> requested_{false};
   std::mutex mutex_;
   std::vector<std::weak_ptr<_FS_HANDLE>> handles_;
-  int signals_ = -1;
-  int event_ = -1;
-  int stop_ = -1;
+  Descriptor signals_, event_, stop_;
   std::thread watcher_;
 };
 

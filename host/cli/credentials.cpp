@@ -10,44 +10,40 @@
 #include <iostream>
 
 #include "host/failure.h"
+#include "host/owner.h"
 
 namespace ftp_host {
 namespace {
 
+/// The terminal of this process; none when it has no terminal.
+Descriptor open_terminal() { return Descriptor{open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)}; }
+
 /// The terminal with its echo off.
 class SilentTerminal {
  public:
-  SilentTerminal() : file_{open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)} {
-    if (file_ < 0)
+  SilentTerminal() {
+    if (!file_)
       throw local_failure("no terminal to ask for the password (use FTP_PASSWORD or --password-stdin)",
                           errno);
-    tcgetattr(file_, &before_);
+    tcgetattr(file_.get(), &before_);
     termios silent = before_;
     silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     silent.c_lflag |= ECHONL;
-    tcsetattr(file_, TCSAFLUSH, &silent);
+    tcsetattr(file_.get(), TCSAFLUSH, &silent);
   }
-  ~SilentTerminal() {
-    tcsetattr(file_, TCSAFLUSH, &before_);
-    close(file_);
-  }
+  ~SilentTerminal() { tcsetattr(file_.get(), TCSAFLUSH, &before_); }
   SilentTerminal(const SilentTerminal&) = delete;
   SilentTerminal& operator=(const SilentTerminal&) = delete;
-  [[nodiscard]] int file() const noexcept { return file_; }
+  [[nodiscard]] int file() const noexcept { return file_.get(); }
 
  private:
-  int file_;
+  Descriptor file_ = open_terminal();
   termios before_{};
 };
 
 }  // namespace
 
-bool can_prompt() {
-  const int file = open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
-  if (file < 0) return false;
-  close(file);
-  return true;
-}
+bool can_prompt() { return bool{open_terminal()}; }
 
 std::string prompt_password(const std::string& question, const Cancellation& cancellation) {
   const SilentTerminal terminal;

@@ -4,7 +4,6 @@
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -12,6 +11,7 @@
 
 #include "host/failure.h"
 #include "host/names.h"
+#include "host/owner.h"
 #include "host/redact.h"
 #include "host/remote/operation_log.h"
 #include "host/text.h"
@@ -52,9 +52,8 @@ PluginLog::PluginLog(const std::string& trace_file, bool to_stderr) {
   std::vector<spdlog::sink_ptr> sinks;
   if (!trace_file.empty()) {
     // A trace tells much about the server even without passwords: only its owner reads it.
-    const int file = open(trace_file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (file < 0) throw local_failure(trace_file, errno);
-    close(file);
+    const Descriptor file{open(trace_file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600)};
+    if (!file) throw local_failure(trace_file, errno);
     sinks.push_back(std::make_shared<spdlog::sinks::basic_file_sink_mt>(trace_file, true));
   }
   if (to_stderr) sinks.push_back(std::make_shared<spdlog::sinks::stderr_sink_mt>());

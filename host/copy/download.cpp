@@ -19,7 +19,7 @@ std::string identity_of(const Session& session, const Entry& entry) {
 }
 
 /// How much of the partial file can be continued.
-std::int64_t usable_part(const FileHandle& file, const Entry& entry, bool resume) {
+std::int64_t usable_part(const Descriptor& file, const Entry& entry, bool resume) {
   struct stat status {};
   if (!resume || !entry.time || entry.size < 0 || fstat(file.get(), &status) != 0) return 0;
   return status.st_size <= entry.size ? status.st_size : 0;
@@ -28,7 +28,7 @@ std::int64_t usable_part(const FileHandle& file, const Entry& entry, bool resume
 /// Takes away a temporary file that holds nothing when the download does not come to its end.
 class DropWhenEmpty {
  public:
-  DropWhenEmpty(const FileHandle& file, const LocalDirectory& directory, const std::string& name)
+  DropWhenEmpty(const Descriptor& file, const LocalDirectory& directory, const std::string& name)
       : file_{file}, directory_{directory}, name_{name} {}
   ~DropWhenEmpty() {
     struct stat status {};
@@ -41,12 +41,12 @@ class DropWhenEmpty {
   bool armed = true;
 
  private:
-  const FileHandle& file_;
+  const Descriptor& file_;
   const LocalDirectory& directory_;
   const std::string& name_;
 };
 
-void settle(const FileHandle& file, const Entry& entry, const std::string& path) {
+void settle(const Descriptor& file, const Entry& entry, const std::string& path) {
   // Complete on the disk before it gets its name: with its size and time it would count as equal for ever.
   if (fsync(file.get()) != 0) throw local_failure(path, errno);
   if (!entry.time) return;
@@ -71,7 +71,7 @@ DownloadResult download_file(Session& session, Progress& progress, const Entry& 
     if (directory.is_special(name)) throw Failure{ExitCode::local_file, path + ": not a regular file"};
   }
   const std::string temporary = temporary_name(name, identity_of(session, entry));
-  const FileHandle file = directory.open_for_writing(temporary);
+  const Descriptor file = directory.open_for_writing(temporary);
   DropWhenEmpty empty{file, directory, temporary};
   const std::int64_t offset = usable_part(file, entry, resume);
   if (ftruncate(file.get(), offset) != 0) throw local_failure(path, errno);

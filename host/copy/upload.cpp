@@ -66,7 +66,7 @@ class Source {
     return now;
   }
 
-  FileHandle file_;
+  Descriptor file_;
   std::string path_;
   struct stat begin_;
   int error_ = 0;

@@ -1,6 +1,5 @@
 #include "host/local/local_files.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -8,8 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <memory>
 #include <utility>
 
 #include "host/failure.h"
@@ -31,25 +28,15 @@ LocalEntry entry_of(std::string name, const struct stat& status) {
   return entry;
 }
 
-struct CloseDirectory {
-  void operator()(DIR* directory) const noexcept { closedir(directory); }
-};
+/// A stream over the open directory `file`, which it takes over; none, with errno set, when it cannot be
+/// made.
+DirectoryStream stream_of(Descriptor file) {
+  DirectoryStream stream{fdopendir(file.get())};
+  if (stream) (void)file.release();
+  return stream;
+}
 
 }  // namespace
-
-FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
-  if (this != &other) {
-    if (file_ >= 0) close(file_);
-    file_ = other.release();
-  }
-  return *this;
-}
-
-FileHandle::~FileHandle() {
-  if (file_ >= 0) close(file_);
-}
-
-int FileHandle::release() noexcept { return std::exchange(file_, -1); }
 
 std::string LocalDirectory::path_of(std::string_view name) const {
   std::string out = path_;
@@ -58,7 +45,7 @@ std::string LocalDirectory::path_of(std::string_view name) const {
 }
 
 LocalDirectory LocalDirectory::open(const std::string& path) {
-  FileHandle file{::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+  Descriptor file{::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
   if (!file) throw local_failure(path, errno);
   return LocalDirectory{std::move(file), path};
 }
@@ -66,7 +53,7 @@ LocalDirectory LocalDirectory::open(const std::string& path) {
 LocalDirectory LocalDirectory::enter(const std::string& name, bool create) const {
   if (create && mkdirat(file(), name.c_str(), 0777) != 0 && errno != EEXIST)
     throw local_failure(path_of(name), errno);
-  FileHandle opened{openat(file(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)};
+  Descriptor opened{openat(file(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)};
   if (!opened) throw local_failure(path_of(name), errno);
   return LocalDirectory{std::move(opened), path_of(name)};
 }
@@ -87,12 +74,9 @@ bool LocalDirectory::is_special(const std::string& name) const {
 }
 
 std::vector<LocalEntry> LocalDirectory::list() const {
-  // A descriptor of its own: reading moves the position, and closedir() closes it.
-  FileHandle again{openat(file(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-  if (!again) throw local_failure(path_, errno);
-  const std::unique_ptr<DIR, CloseDirectory> directory{fdopendir(again.get())};
+  // A descriptor of its own: reading moves the position.
+  const DirectoryStream directory = stream_of(again().file_);
   if (!directory) throw local_failure(path_, errno);
-  (void)again.release();
   std::vector<LocalEntry> entries;
   errno = 0;
   while (const dirent* const item = readdir(directory.get())) {
@@ -107,14 +91,14 @@ std::vector<LocalEntry> LocalDirectory::list() const {
   return entries;
 }
 
-FileHandle LocalDirectory::open_for_reading(const std::string& name) const {
-  FileHandle opened{openat(file(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
+Descriptor LocalDirectory::open_for_reading(const std::string& name) const {
+  Descriptor opened{openat(file(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
   if (!opened) throw local_failure(path_of(name), errno);
   return opened;
 }
 
-FileHandle LocalDirectory::open_for_writing(const std::string& name) const {
-  FileHandle opened{openat(file(), name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666)};
+Descriptor LocalDirectory::open_for_writing(const std::string& name) const {
+  Descriptor opened{openat(file(), name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666)};
   if (!opened) throw local_failure(path_of(name), errno);
   if (flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
     throw Failure{ExitCode::local_file, path_of(name) + ": another run is writing it"};
@@ -144,12 +128,12 @@ void LocalDirectory::remove_temporaries(const std::string& name, const std::stri
 }
 
 void LocalDirectory::remove_temporary(const std::string& name) const {
-  const FileHandle opened{openat(file(), name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)};
+  const Descriptor opened{openat(file(), name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC)};
   if (opened && flock(opened.get(), LOCK_EX | LOCK_NB) == 0) remove_file(name);
 }
 
 LocalDirectory LocalDirectory::again() const {
-  FileHandle opened{openat(file(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+  Descriptor opened{openat(file(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
   if (!opened) throw local_failure(path_, errno);
   return LocalDirectory{std::move(opened), path_};
 }

@@ -9,23 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "host/owner.h"
+
 namespace ftp_host {
-
-/// Owns a file descriptor.
-class FileHandle {
- public:
-  FileHandle() = default;
-  explicit FileHandle(int file) noexcept : file_{file} {}
-  FileHandle(FileHandle&& other) noexcept : file_{other.release()} {}
-  FileHandle& operator=(FileHandle&& other) noexcept;
-  ~FileHandle();
-  [[nodiscard]] int get() const noexcept { return file_; }
-  [[nodiscard]] int release() noexcept;
-  explicit operator bool() const noexcept { return file_ >= 0; }
-
- private:
-  int file_ = -1;
-};
 
 struct LocalEntry {
   enum class Kind { file, directory, link, other };
@@ -51,9 +37,9 @@ class LocalDirectory {
   [[nodiscard]] bool is_special(const std::string& name) const;
   /// All entries but "." and "..", in byte order of their names.
   [[nodiscard]] std::vector<LocalEntry> list() const;
-  [[nodiscard]] FileHandle open_for_reading(const std::string& name) const;
+  [[nodiscard]] Descriptor open_for_reading(const std::string& name) const;
   /// Creates `name`, or opens the file that is there; locked against another run of this program.
-  [[nodiscard]] FileHandle open_for_writing(const std::string& name) const;
+  [[nodiscard]] Descriptor open_for_writing(const std::string& name) const;
   void rename(const std::string& from, const std::string& to) const;
   void remove_file(const std::string& name) const;
   void remove_directory(const std::string& name) const;
@@ -71,9 +57,9 @@ class LocalDirectory {
   [[nodiscard]] int file() const noexcept { return file_.get(); }
 
  private:
-  LocalDirectory(FileHandle file, std::string path) : file_{std::move(file)}, path_{std::move(path)} {}
+  LocalDirectory(Descriptor file, std::string path) : file_{std::move(file)}, path_{std::move(path)} {}
 
-  FileHandle file_;
+  Descriptor file_;
   std::string path_;
 };
 

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <climits>
+#include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "host/failure.h"
@@ -28,14 +30,11 @@ std::string read_document(DocumentFunction read, const char* what) {
 }  // namespace
 
 Module::Module(const std::string& file) : library_{dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)} {
-  if (library_ == nullptr)
-    throw Failure{ExitCode::local_file, fmt::format("cannot load the plug-in: {}", dlerror())};
+  if (!library_) throw Failure{ExitCode::local_file, fmt::format("cannot load the plug-in: {}", dlerror())};
   const auto find = [&](auto& function, const char* name) {
-    void* const address = dlsym(library_, name);
-    if (address == nullptr) {
-      dlclose(library_);
+    void* const address = dlsym(library_.get(), name);
+    if (address == nullptr)
       throw Failure{ExitCode::local_file, fmt::format("{} is not the plug-in: it has no {}", file, name)};
-    }
     function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(address);
   };
   find(GetSupports, "GetSupports");
@@ -54,8 +53,6 @@ Module::Module(const std::string& file) : library_{dlopen(file.c_str(), RTLD_NOW
   find(ConvertAERROR, "ConvertAERROR");
 }
 
-Module::~Module() { dlclose(library_); }
-
 std::string login_document(const Module& module) {
   return read_document(module.GetAuthFields, "login fields");
 }
@@ -67,9 +64,8 @@ std::string option_document(const Module& module) {
 std::string protocol_list(const Module& module) {
   char* text = nullptr;
   module.GetSupportProtocol(&text);
-  std::string list = text == nullptr ? "" : text;
-  module.FreeP(text);
-  return list;
+  const std::unique_ptr<char, decltype(module.FreeP)> owned{text, module.FreeP};
+  return text == nullptr ? "" : text;
 }
 
 std::string code_text(const Module& module, AERROR code) {

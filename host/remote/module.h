@@ -4,6 +4,7 @@
 #include <string>
 
 #include "boundary/abi/exports.h"
+#include "host/owner.h"
 
 namespace ftp_host {
 
@@ -13,7 +14,6 @@ class Module {
  public:
   /// Loads `file`; a name without "/" is looked for where dlopen looks.
   explicit Module(const std::string& file);
-  ~Module();
   Module(const Module&) = delete;
   Module& operator=(const Module&) = delete;
 
@@ -33,7 +33,7 @@ class Module {
   decltype(&::ConvertAERROR) ConvertAERROR = nullptr;
 
  private:
-  void* library_;
+  Library library_;
 };
 
 /// The login document, or the option document, as the plug-in hands it out.

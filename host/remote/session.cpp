@@ -71,26 +71,20 @@ Listing make_listing(const std::string& id, const std::vector<_FS_FILE_V2>& reco
 Session::Session(const Module& module, Operations& operations, const RemoteUrl& url,
                  const ConnectOptions& options)
     : module_{module}, operations_{operations}, url_{url} {
-  void* object = nullptr;
   static Manager manager;
-  if (!module_.GetProtocol(url_.scheme.c_str(), &manager, &object) || object == nullptr) {
-    throw Failure{ExitCode::other, "the plug-in cannot create its object"};
-  }
-  protocol_ = static_cast<IProtocol_V2*>(object);
-  try {
-    connect(options);
-  } catch (...) {
-    protocol_->Release();
-    throw;
-  }
+  void* object = nullptr;
+  const bool made = module_.GetProtocol(url_.scheme.c_str(), &manager, &object);
+  protocol_.reset(static_cast<IProtocol_V2*>(object));
+  if (!made || !protocol_) throw Failure{ExitCode::other, "the plug-in cannot create its object"};
+  connect(options);
 }
 
 Session::~Session() {
   // Releasing says goodbye to the server, and must not keep the user waiting for a server that is gone.
   auto released = std::make_shared<std::promise<void>>();
   std::future<void> done = released->get_future();
-  std::thread worker{[object = protocol_, released] {
-    object->Release();
+  std::thread worker{[object = std::move(protocol_), released]() mutable {
+    object.reset();
     released->set_value();
   }};
   if (done.wait_for(kGoodbye) == std::future_status::ready) {
@@ -195,9 +189,8 @@ Outcome Session::make_directory(const std::string& directory, const std::string&
   _FS_FILE_V2 record;
   record.name = name;
   const std::string parent = parent_argument(directory);
-  char* message = nullptr;
   Outcome outcome = operations_.run("making " + url_of(join_path(directory, name)), life, [&] {
-    return protocol_->CreateDirectory(parent.c_str(), &record, &message);
+    return protocol_->CreateDirectory(parent.c_str(), &record, nullptr);
   });
   if (outcome.code == SUCCESS) {
     made.name = name;
@@ -226,11 +219,10 @@ Outcome Session::move(const std::string& id, const std::string& directory, const
   record.name = name;
   record.attr = is_directory ? FS_ATTR_DIRECTORY : FS_ATTR_FILE;
   const std::string parent = parent_argument(directory);
-  char* message = nullptr;
   return operations_.run("move of " + url_of(id), life, [&] {
-    if (is_directory) return protocol_->MoveDir(id.c_str(), parent.c_str(), &record, &message);
-    if (parent_path(id) == directory) return protocol_->Rename(id.c_str(), parent.c_str(), &record, &message);
-    return protocol_->Move(id.c_str(), parent.c_str(), &record, &message);
+    if (is_directory) return protocol_->MoveDir(id.c_str(), parent.c_str(), &record, nullptr);
+    if (parent_path(id) == directory) return protocol_->Rename(id.c_str(), parent.c_str(), &record, nullptr);
+    return protocol_->Move(id.c_str(), parent.c_str(), &record, nullptr);
   });
 }
 

@@ -85,7 +85,10 @@ class Session {
   const Module& module_;
   Operations& operations_;
   RemoteUrl url_;
-  IProtocol_V2* protocol_ = nullptr;
+  struct Release {
+    void operator()(IProtocol_V2* object) const noexcept { object->Release(); }
+  };
+  std::unique_ptr<IProtocol_V2, Release> protocol_;
 };
 
 }  // namespace ftp_host

@@ -43,7 +43,7 @@ TEST_F(LocalFiles, NeverWritesThroughALink) {
 
 TEST_F(LocalFiles, RefusesATemporaryFileThatAnotherRunWrites) {
   const LocalDirectory directory = LocalDirectory::open(root_);
-  const FileHandle mine = directory.open_for_writing("t");
+  const Descriptor mine = directory.open_for_writing("t");
   EXPECT_THROW((void)directory.open_for_writing("t"), Failure);
 }
 
@@ -53,7 +53,7 @@ TEST_F(LocalFiles, CleansUpLeftoversButNotThoseInUse) {
   const std::string alive = temporary_name("a", "2");
   for (const std::string& name : {dead, other, alive, std::string{"ftp-host-notes.part"}}) write(name, "x");
   const LocalDirectory directory = LocalDirectory::open(root_);
-  const FileHandle used = directory.open_for_writing(alive);
+  const Descriptor used = directory.open_for_writing(alive);
   directory.remove_temporaries("a", "");
   EXPECT_FALSE(directory.find(dead));
   EXPECT_TRUE(directory.find(other));
