@@ -1,6 +1,7 @@
 // How the tool ends: the exit codes, and the exception that carries one to main().
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -15,7 +16,7 @@ enum class ExitCode : int {
   not_reached = 4,
   not_found = 5,
   local_file = 6,
-  timed_out = 124,  // what timeout(1) answers
+  timed_out = 124,  // as timeout(1)
   cancelled = 130,  // what a shell reports for SIGINT
 };
 
@@ -28,6 +29,19 @@ class Failure : public std::runtime_error {
  private:
   ExitCode code_;
 };
+
+/// Runs `step` and returns the Failure that ended it; none when it came to its end. A cancellation ends
+/// everything and is passed on, as is any other exception.
+template <class Step>
+[[nodiscard]] std::optional<Failure> failure_of(Step&& step) {
+  try {
+    step();
+    return std::nullopt;
+  } catch (const Failure& failure) {
+    if (failure.code() == ExitCode::cancelled) throw;
+    return failure;
+  }
+}
 
 /// A Failure about a local file: `text`, then what the C library says about `error`.
 [[nodiscard]] Failure local_failure(const std::string& text, int error);

@@ -8,11 +8,6 @@
 namespace ftp_host {
 namespace {
 
-// Servers hide names that begin with a dot, and a name that is not listed could not be cleaned up later.
-constexpr std::string_view kTemporaryPrefix = "ftp-host-";
-constexpr std::string_view kTemporarySuffix = ".part";
-constexpr std::size_t kHashDigits = 16;
-
 /// Length of the UTF-8 sequence that `text` begins with, its character in `character`; 0 when there is none.
 std::size_t decode_utf8(std::string_view text, std::uint32_t& character) {
   const auto byte = [&](std::size_t i) {
@@ -38,16 +33,6 @@ std::size_t decode_utf8(std::string_view text, std::uint32_t& character) {
 bool steers_terminal(std::uint32_t c) {
   return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x061C || c == 0x200E || c == 0x200F ||
          (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
-}
-
-std::string hash_text(std::string_view text) {  // FNV-1a, 64 bits
-  std::uint64_t hash = 0xCBF29CE484222325u;
-  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
-  return fmt::format("{:016x}", hash);
-}
-
-bool is_hash(std::string_view text) {
-  return text.size() == kHashDigits && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
 }  // namespace
@@ -85,23 +70,6 @@ std::string make_valid_utf8(std::string_view text) {
     text.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return out;
-}
-
-std::string temporary_name(std::string_view name, std::string_view identity) {
-  return fmt::format("{}{}-{}{}", kTemporaryPrefix, hash_text(name), hash_text(identity), kTemporarySuffix);
-}
-
-bool is_temporary_name(std::string_view name) {
-  constexpr std::size_t kLength = kTemporaryPrefix.size() + 2 * kHashDigits + 1 + kTemporarySuffix.size();
-  if (name.size() != kLength || !name.starts_with(kTemporaryPrefix) || !name.ends_with(kTemporarySuffix))
-    return false;
-  const std::string_view hashes = name.substr(kTemporaryPrefix.size(), 2 * kHashDigits + 1);
-  return is_hash(hashes.substr(0, kHashDigits)) && hashes[kHashDigits] == '-' &&
-         is_hash(hashes.substr(kHashDigits + 1));
-}
-
-bool is_temporary_name_of(std::string_view name, std::string_view of) {
-  return is_temporary_name(name) && name.substr(kTemporaryPrefix.size(), kHashDigits) == hash_text(of);
 }
 
 }  // namespace ftp_host

@@ -11,6 +11,10 @@
 
 namespace ftp_host {
 
+/// The largest number of seconds that an option takes: thirty years. Clocks count nanoseconds, and those of a
+/// much longer time do not fit their number.
+inline constexpr long kLongestSeconds = 1'000'000'000;
+
 /// Bytes `first` to `last`, both included. Without `last` up to the end; without `first` the last `last`
 /// bytes.
 struct ByteRange {
@@ -50,7 +54,7 @@ struct Arguments {
 
   bool remove = false;
   bool dry_run = false;
-  unsigned parallel = 2;
+  unsigned parallel = 2;  ///< files at a time
   std::vector<std::string> includes, excludes;
   std::int64_t modify_window = 0;  ///< seconds
 };

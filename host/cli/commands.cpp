@@ -4,22 +4,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <array>
-
 #include "host/cli/credentials.h"
 
 namespace ftp_host {
 namespace {
-
-struct Verb {
-  std::string_view name;
-  ExitCode (*run)(Context&);
-};
-constexpr std::array kVerbs{
-    Verb{"inspect", run_inspect}, Verb{"ls", run_ls},   Verb{"stat", run_stat},   Verb{"cat", run_cat},
-    Verb{"get", run_get},         Verb{"put", run_put}, Verb{"mkdir", run_mkdir}, Verb{"rm", run_rm},
-    Verb{"rmdir", run_rmdir},     Verb{"mv", run_mv},   Verb{"touch", run_touch}, Verb{"sync", run_sync},
-};
 
 /// SFTP knows no anonymous login: as ssh does, the user's own name is the default.
 std::string own_user_name() {
@@ -46,13 +34,6 @@ void fill_credentials(Context& context, const RemoteUrl& url) {
 }
 
 }  // namespace
-
-ExitCode run_command(Context& context) {
-  for (const Verb& verb : kVerbs) {
-    if (verb.name == context.arguments.verb) return verb.run(context);
-  }
-  throw Failure{ExitCode::usage, "unknown verb " + context.arguments.verb};
-}
 
 std::unique_ptr<Session> open_session(Context& context, RemoteUrl& url) {
   fill_credentials(context, url);

@@ -1,5 +1,5 @@
-// The verbs of the command line. Each runs one command and answers the exit code; what ends a command early
-// is a thrown Failure.
+// What the verbs do. Each function runs one command and returns the exit code; what ends a command early is a
+// thrown Failure.
 #pragma once
 
 #include <memory>
@@ -20,8 +20,6 @@ struct Context {
   Console& console;
   Arguments& arguments;  ///< the password is added to it when a session is opened
 };
-
-[[nodiscard]] ExitCode run_command(Context& context);
 
 /// Logs in at the server of `url`, with the password from where the user keeps it.
 [[nodiscard]] std::unique_ptr<Session> open_session(Context& context, RemoteUrl& url);

@@ -2,11 +2,13 @@
 #include <fmt/format.h>
 
 #include "host/cli/commands.h"
-#include "host/copy/tree.h"
 #include "host/copy/upload.h"
 #include "host/names.h"
+#include "host/remote/directories.h"
 #include "host/remote/look_up.h"
+#include "host/remote/remote_tree.h"
 #include "host/time_text.h"
+#include "host/tree/removal.h"
 
 namespace ftp_host {
 namespace {
@@ -18,8 +20,7 @@ Failure explained(Session& session, const std::string& id, const Outcome& outcom
     return session.failure(session.url_of(id) + " is a directory (-r removes it)", outcome);
   }
   if (!entry) {
-    return Failure{ExitCode::not_found, fmt::format("{}: not found: {}", session.url_of(id),
-                                                    code_text(session.module(), outcome.code))};
+    return session.not_found(id, outcome.code);
   }
   return session.failure(session.url_of(id), outcome);
 }
@@ -68,10 +69,10 @@ ExitCode run_mkdir(Context& context) {
   const Outcome outcome = session->make_directory(parent_path(url.path), leaf_name(url.path), made);
   if (outcome.code != SUCCESS) {
     if (!is_root(url.path) && !look_up(*session, parent_path(url.path))) {
-      throw Failure{ExitCode::not_found, fmt::format("{}: its directory does not exist (-p makes it): {}",
-                                                     url.text(), code_text(context.module, outcome.code))};
+      throw session->failure(url.text() + ": its directory does not exist (-p makes it)", outcome.code,
+                             ExitCode::not_found);
     }
-    throw session->failure(url.text(), outcome);
+    session->require(outcome, url.path);
   }
   return ExitCode::ok;
 }
@@ -112,8 +113,7 @@ ExitCode run_mv(Context& context) {
   const auto session = open_session(context, url);
   const Entry entry = must_look_up(*session, url.path);
   const MoveTarget target = move_target(*session, url, context.arguments.operands.at(1));
-  const Outcome outcome = session->move(entry.id, target.directory, target.name, entry.directory);
-  if (outcome.code != SUCCESS) throw session->failure(session->url_of(entry.id), outcome);
+  session->require(session->move(entry.id, target.directory, target.name, entry.directory), entry.id);
   return ExitCode::ok;
 }
 
@@ -137,8 +137,7 @@ ExitCode run_touch(Context& context) {
     upload_empty(*session, parent_path(url.path), leaf_name(url.path));
     entry = must_look_up(*session, url.path);
   }
-  const Outcome outcome = session->set_time(entry->id, *time);
-  if (outcome.code != SUCCESS) throw session->failure(session->url_of(entry->id), outcome);
+  session->require(session->set_time(entry->id, *time), entry->id);
   return ExitCode::ok;
 }
 

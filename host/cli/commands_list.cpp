@@ -3,9 +3,9 @@
 
 #include "host/cli/commands.h"
 #include "host/cli/show.h"
-#include "host/names.h"
-#include "host/remote/link_loops.h"
 #include "host/remote/look_up.h"
+#include "host/remote/remote_tree.h"
+#include "host/tree/walk.h"
 
 namespace ftp_host {
 namespace {
@@ -26,21 +26,33 @@ std::string fields_table(const Json::Value& groups) {
   return out;
 }
 
-/// Lists, as text or into one JSON array.
-class Lister {
+/// Prints listings, as text or as one JSON array.
+class Lister final : public Visitor {
  public:
-  Lister(Context& context, Session& session) : context_{context}, session_{session} {}
+  /// `base`: how the top is called in headings and notices.
+  Lister(Context& context, std::string base) : context_{context}, base_{std::move(base)} {}
 
-  void directory(const Listing& listing, const std::string& id, const std::string& shown, bool heading) {
-    if (!path_.enter(listing, id)) {
-      context_.console.notice(shown + ": a link to a directory above it, or too deep: left out");
-      return;
+  bool wants(const std::string&, const Entry& entry) override { return entry.directory; }
+  void file(const std::string&, const Entry&) override {}
+  bool enter(const std::string& path, const Entry&, const Listing& listing) override {
+    const std::string name = shown(path);
+    if (listing.hostile > 0) {
+      context_.console.notice(
+          fmt::format("{}: {} unusable names from the server left out", name, listing.hostile));
     }
-    const WalkGuard inside{path_};
-    note_hostile(shown, listing);
-    if (heading) text(fmt::format("{}{}:\n", printed_ ? "\n" : "", context_.console.shown_name(shown)));
+    if (context_.arguments.recursive) {
+      text(fmt::format("{}{}:\n", printed_ ? "\n" : "", context_.console.shown_name(name)));
+    }
     for (const Entry& item : listing.entries) entry(item);
-    if (context_.arguments.recursive) below(listing, shown);
+    return context_.arguments.recursive;
+  }
+  void leave(const std::string&, const Entry&) override {}
+  void leads_back(const std::string& path, const Entry&) override {
+    context_.console.notice(shown(path) + ": a link to a directory above it, or too deep: left out");
+  }
+  void failed(const Failure& failure) override {
+    context_.console.complain(failure.what());
+    if (result_ == ExitCode::ok) result_ = failure.code();
   }
 
   void entry(const Entry& item) {
@@ -58,19 +70,8 @@ class Lister {
   }
 
  private:
-  void below(const Listing& listing, const std::string& shown) {
-    for (Entry item : listing.entries) {
-      if (!item.directory) continue;
-      const std::string name = join_path(shown, item.name);
-      try {
-        Listing inner;
-        if (list_directory(session_, item, inner)) directory(inner, item.id, name, true);
-      } catch (const Failure& failure) {
-        if (failure.code() == ExitCode::cancelled) throw;
-        context_.console.complain(failure.what());
-        if (result_ == ExitCode::ok) result_ = failure.code();
-      }
-    }
+  [[nodiscard]] std::string shown(const std::string& path) const {
+    return path.empty() ? base_ : join_path(base_, path);
   }
 
   void text(const std::string& line) {
@@ -79,16 +80,8 @@ class Lister {
     printed_ = true;
   }
 
-  void note_hostile(const std::string& shown, const Listing& listing) {
-    if (listing.hostile > 0) {
-      context_.console.notice(
-          fmt::format("{}: {} unusable names from the server left out", shown, listing.hostile));
-    }
-  }
-
   Context& context_;
-  Session& session_;
-  WalkPath path_{list_of(session_)};
+  std::string base_;
   Json::Value json_{Json::arrayValue};
   bool printed_ = false;
   ExitCode result_ = ExitCode::ok;
@@ -120,18 +113,20 @@ ExitCode run_inspect(Context& context) {
 ExitCode run_ls(Context& context) {
   RemoteUrl url = parse_remote_url(context.arguments.operands.at(0));
   const auto session = open_session(context, url);
-  Lister lister{context, *session};
+  Lister lister{context, url.path};
   Entry top;
   top.id = url.path;
   top.name = leaf_name(url.path);
   top.directory = true;
-  Listing listing;
-  if (session->list(url.path, listing).code != SUCCESS) {
+  RemoteTree tree{*session, url.path};
+  std::optional<Listing> listing;
+  // Mostly it is a directory, and then nothing else has to be asked.
+  if (failure_of([&] { listing = tree.list(url.path); })) {
     top = must_look_up(*session, url.path);
-    if (top.directory) (void)list_directory(*session, top, listing);
+    if (top.directory) listing = list_or_resolve(tree, top);
   }
-  if (top.directory) {
-    lister.directory(listing, top.id, url.path, context.arguments.recursive);
+  if (listing) {
+    walk(tree, Links::followed, top, std::move(listing), lister);
   } else {
     lister.entry(top);
   }
@@ -145,8 +140,8 @@ ExitCode run_stat(Context& context) {
   if (!entry.directory) {
     entry = exact_file(*session, entry);
   } else if (!is_root(url.path)) {
-    Listing listing;
-    (void)list_directory(*session, entry, listing);  // a link to a file is listed as a directory
+    RemoteTree tree{*session, entry.id};
+    (void)list_or_resolve(tree, entry);  // a link to a file is listed as a directory
   }
   if (context.arguments.json) {
     context.console.print(json_text(entry_json(entry)));

@@ -9,6 +9,7 @@
 #include "host/cli/arguments.h"
 #include "host/cli/commands.h"
 #include "host/cli/trace.h"
+#include "host/cli/verbs.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ ExitCode run(Arguments& arguments, Console& console, Cancellation& cancellation)
   Context context{module, operations, console, arguments};
   ExitCode code = ExitCode::ok;
   try {
-    code = run_command(context);
+    code = verb_named(arguments.verb).run(context);
     console.flush();
   } catch (const Failure& failure) {
     console.complain(failure.what());

@@ -7,9 +7,9 @@
 
 #include <cerrno>
 
-#include "host/copy/fetch.h"
 #include "host/failure.h"
-#include "host/names.h"
+#include "host/local/temporary_name.h"
+#include "host/remote/fetch.h"
 
 namespace ftp_host {
 namespace {
@@ -55,11 +55,6 @@ void settle(const Descriptor& file, const Entry& entry, const std::string& path)
 }
 
 }  // namespace
-
-bool same_file(const LocalEntry& local, const Entry& entry) {
-  return local.kind == LocalEntry::Kind::file && entry.time && local.size == entry.size &&
-         local.time == *entry.time;
-}
 
 DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
                              const LocalDirectory& directory, const std::string& name, bool resume) {

@@ -12,14 +12,12 @@ struct DownloadResult {
   std::int64_t resumed = 0;  ///< taken over from an earlier run
 };
 
-/// Stores the file `entry` as `name` in `directory`, with its modification time. `entry` must come from
-/// exact_file. With `resume`, what an interrupted run left of the same size and time is continued. When it
-/// does not end well, the temporary file stays for a later run; the file `name` is complete at every moment,
-/// old or new.
-DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
-                             const LocalDirectory& directory, const std::string& name, bool resume);
-
-/// Whether `local` is the file that `entry` describes: same size and same time.
-[[nodiscard]] bool same_file(const LocalEntry& local, const Entry& entry);
+/// Stores the file `entry`, which must come from exact_file, as `name` in `directory`, with its modification
+/// time. With `resume`, what an interrupted run left of the same size and time is continued. The file `name`
+/// is complete at every moment, old or new. Throws a Failure; the temporary file then stays for a later run,
+/// unless it is empty.
+[[nodiscard]] DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
+                                           const LocalDirectory& directory, const std::string& name,
+                                           bool resume);
 
 }  // namespace ftp_host

@@ -10,7 +10,7 @@
 #include <random>
 
 #include "host/failure.h"
-#include "host/names.h"
+#include "host/local/temporary_name.h"
 #include "host/remote/look_up.h"
 
 namespace ftp_host {
@@ -21,12 +21,6 @@ namespace {
 std::string fresh_temporary_name(const std::string& name) {
   std::random_device random;
   return temporary_name(name, fmt::format("{} {} {}", getpid(), random(), random()));
-}
-
-const Entry* find_entry(const Listing& listing, const std::string& name) {
-  const auto found = std::find_if(listing.entries.begin(), listing.entries.end(),
-                                  [&](const Entry& entry) { return entry.name == name; });
-  return found == listing.entries.end() ? nullptr : &*found;
 }
 
 /// Reads a local file and notices when it changes.
@@ -99,16 +93,16 @@ class RemoteTemporary {
 void check_stored(Session& session, const std::string& directory, const std::string& name, std::int64_t size,
                   const Outcome& outcome, const Entry& stored) {
   if (outcome.code == SUCCESS && stored.size == size) return;
-  if (outcome.code != SUCCESS && outcome.code != FAILED)
-    throw session.failure(session.url_of(join_path(directory, name)), outcome);
+  const std::string id = join_path(directory, name);
+  if (outcome.code != FAILED) session.require(outcome, id);
   Listing listing;
   const Entry* const found =
       session.list(directory, listing).code == SUCCESS ? find_entry(listing, name) : nullptr;
   if (found != nullptr && found->size == size) return;
-  if (outcome.code != SUCCESS) throw session.failure(session.url_of(join_path(directory, name)), outcome);
-  throw Failure{ExitCode::other, fmt::format("{}: the server holds {} of {} bytes: {}",
-                                             session.url_of(join_path(directory, name)), stored.size, size,
-                                             code_text(session.module(), FILE_WRITE_FAILED))};
+  session.require(outcome, id);
+  throw session.failure(
+      fmt::format("{}: the server holds {} of {} bytes", session.url_of(id), stored.size, size),
+      FILE_WRITE_FAILED);
 }
 
 /// Whether `entry` is the file that was sent, as far as its size and its time tell.
@@ -134,8 +128,7 @@ void settle_name(Session& session, RemoteTemporary& temporary, const std::string
   if (there == nullptr || old == nullptr || old->directory) throw Failure{refused};
   if (session.remove_file(old->id).code != SUCCESS) throw Failure{refused};
   temporary.armed = false;  // from here on it is the only copy on the server
-  const Outcome second = session.move(temporary.id(), directory, name, false);
-  if (second.code != SUCCESS) throw session.failure(session.url_of(join_path(directory, name)), second);
+  session.require(session.move(temporary.id(), directory, name, false), join_path(directory, name));
 }
 
 }  // namespace
@@ -178,29 +171,6 @@ void upload_empty(Session& session, const std::string& directory, const std::str
   const Outcome outcome = session.upload(
       directory, name, 0, [](std::int64_t, char*, std::size_t) { return std::int64_t{0}; }, stored);
   check_stored(session, directory, name, 0, outcome, stored);
-}
-
-std::string ensure_directory(Session& session, const std::string& directory, const std::string& name) {
-  Entry made;
-  const Outcome outcome = session.make_directory(directory, name, made);
-  if (outcome.code == SUCCESS) return made.id;
-  // Refused because it is there? A server without UTF-8 lists it in its own bytes, which the listing tells.
-  Listing listing;
-  if (session.list(directory, listing).code == SUCCESS) {
-    const Entry* const there = find_entry(listing, name);
-    if (there != nullptr && there->directory) return there->id;
-  }
-  std::string id = join_path(directory, name);
-  if (session.list(id, listing).code == SUCCESS) return id;
-  throw session.failure(session.url_of(id), outcome);
-}
-
-void ensure_path(Session& session, const std::string& path) {
-  if (is_root(path)) return;
-  Listing listing;
-  if (session.list(path, listing).code == SUCCESS) return;
-  ensure_path(session, parent_path(path));
-  (void)ensure_directory(session, parent_path(path), leaf_name(path));
 }
 
 }  // namespace ftp_host

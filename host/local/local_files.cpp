@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "host/failure.h"
-#include "host/names.h"
+#include "host/local/temporary_name.h"
 
 namespace ftp_host {
 namespace {

@@ -28,8 +28,7 @@ std::optional<Entry> ask_directly(Session& session, const std::string& id, Outco
 std::optional<Entry> look_up(Session& session, const std::string& id) {
   if (is_root(id)) {
     Listing listing;
-    const Outcome outcome = session.list(id, listing);
-    if (outcome.code != SUCCESS) throw session.failure(session.url_of(id), outcome);
+    session.require(session.list(id, listing), id);
     return directory_entry(id);
   }
   const std::string parent = parent_path(id);
@@ -53,14 +52,12 @@ std::optional<Entry> look_up(Session& session, const std::string& id) {
 
 Entry must_look_up(Session& session, const std::string& id) {
   if (auto entry = look_up(session, id)) return *entry;
-  throw Failure{ExitCode::not_found,
-                session.url_of(id) + ": not found: " + code_text(session.module(), FILE_NOT_FOUND)};
+  throw session.not_found(id);
 }
 
 Entry exact_file(Session& session, const Entry& entry) {
   Entry exact;
-  const Outcome outcome = session.file_info(entry.id, exact);
-  if (outcome.code != SUCCESS) throw session.failure(session.url_of(entry.id), outcome);
+  session.require(session.file_info(entry.id, exact), entry.id);
   exact.name = entry.name;
   if (!exact.time) exact.time = entry.time;
   return exact;
@@ -70,18 +67,6 @@ Entry settled_file(Session& session, const Entry& entry) {
   Entry exact = exact_file(session, entry);
   if (exact.time && session.operations().wait_beyond(*exact.time)) exact = exact_file(session, entry);
   return exact;
-}
-
-bool list_directory(Session& session, Entry& entry, Listing& listing) {
-  const Outcome outcome = session.list(entry.id, listing);
-  if (outcome.code == SUCCESS) return true;
-  Entry file;
-  if (session.file_info(entry.id, file).code != SUCCESS || file.directory) {
-    throw session.failure(session.url_of(entry.id), outcome);
-  }
-  file.name = entry.name;
-  entry = file;
-  return false;
 }
 
 }  // namespace ftp_host

@@ -1,5 +1,5 @@
-// Finds out what a remote path names. The plug-in answers a missing file and a failure alike, so a name
-// counts as missing only when the listing of its directory came and does not hold it.
+// Finds out what a remote path names. The plug-in has one code for a missing file and for a failure, so a
+// name counts as missing only when the listing of its directory came and does not hold it.
 #pragma once
 
 #include <optional>
@@ -21,9 +21,5 @@ namespace ftp_host {
 /// As exact_file, to be read now: a file that changed in this very second is looked at in the next one, since
 /// its time would not tell another change. (As far as the clocks of both sides agree.)
 [[nodiscard]] Entry settled_file(Session& session, const Entry& entry);
-
-/// Lists `entry`, which a listing calls a directory. FTP servers list links among the directories: false when
-/// it turns out to be a file, whose size and time are then in `entry`. Throws a Failure.
-[[nodiscard]] bool list_directory(Session& session, Entry& entry, Listing& listing);
 
 }  // namespace ftp_host

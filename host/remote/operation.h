@@ -25,7 +25,8 @@ class LifeSign {
   std::atomic<std::uint64_t> beats_{0};
 };
 
-struct Outcome {
+/// How an operation ended.
+struct [[nodiscard]] Outcome {
   AERROR code = FAILED;
   OperationLog log;
 };
@@ -38,13 +39,13 @@ class Operations {
 
   /// Runs `call` on a thread of its own and waits for it. A call that outlives the limit, or does not end
   /// soon after Ctrl-C, cannot be stopped: its thread may hang inside the plug-in for ever. The process then
-  /// ends here, with the exit code for it, and `call` may rely on everything that it uses to stay. Throws a
-  /// Failure (cancelled) when Ctrl-C came, whatever `call` answered.
+  /// ends here with the exit code for it, so everything that `call` uses lives as long as `call` does. Throws
+  /// a Failure (cancelled) when Ctrl-C came, whatever `call` returned.
   Outcome run(const std::string& what, LifeSign& life, const std::function<AERROR()>& call);
 
-  /// Waits while the clock shows `second`; whether it did. What is read from then on cannot change without a
-  /// later time, to the second. Throws a Failure (cancelled) after Ctrl-C.
-  bool wait_beyond(std::time_t second) const;
+  /// Waits while the clock shows `second`, and returns whether it had to. A change behind this call gets a
+  /// later time than `second`. Throws a Failure (cancelled) after Ctrl-C.
+  [[nodiscard]] bool wait_beyond(std::time_t second) const;
 
   [[nodiscard]] Cancellation& cancellation() const noexcept { return cancellation_; }
   [[nodiscard]] Messages& messages() const noexcept { return messages_; }

@@ -114,6 +114,4 @@ std::string parent_path(std::string_view path) {
   return std::string{slash == 0 ? "/" : path.substr(0, slash)};
 }
 
-std::string leaf_name(std::string_view path) { return std::string{path.substr(path.rfind('/') + 1)}; }
-
 }  // namespace ftp_host

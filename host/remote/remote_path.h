@@ -38,8 +38,6 @@ struct RemoteUrl {
 [[nodiscard]] std::string join_path(std::string_view directory, std::string_view name);
 /// The directory that holds `path`; a root is its own parent.
 [[nodiscard]] std::string parent_path(std::string_view path);
-/// The last component; empty for a root.
-[[nodiscard]] std::string leaf_name(std::string_view path);
 [[nodiscard]] inline bool is_root(std::string_view path) { return path == "/" || path == "//"; }
 
 }  // namespace ftp_host

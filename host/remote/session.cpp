@@ -114,6 +114,18 @@ void Session::connect(const ConnectOptions& options) {
   throw failure(fmt::format("{}: {}", url_.root(), what), outcome, code);
 }
 
+void Session::require(const Outcome& outcome, const std::string& id) const {
+  if (outcome.code != SUCCESS) throw failure(url_of(id), outcome);
+}
+
+Failure Session::failure(const std::string& what, AERROR error, ExitCode code) const {
+  return failure(what, Outcome{error, {}}, code);
+}
+
+Failure Session::not_found(const std::string& id, AERROR error) const {
+  return failure(url_of(id) + ": not found", error, ExitCode::not_found);
+}
+
 Failure Session::failure(const std::string& what, const Outcome& outcome, ExitCode code) const {
   const std::string why = outcome.log.explanation();
   return Failure{

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <ctime>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,33 +12,15 @@
 #include "host/remote/module.h"
 #include "host/remote/operation.h"
 #include "host/remote/remote_path.h"
+#include "host/tree/tree.h"
 
 namespace ftp_host {
-
-/// One file or directory.
-struct Entry {
-  std::string name;  ///< as shown and stored locally, UTF-8
-  /// Remote: the path that the plug-in is given, its last component in the server's own bytes. Local: the
-  /// path below the top of the tree.
-  std::string id;
-  bool directory = false;
-  bool special = false;             ///< local only: neither file nor directory, such as a link
-  std::int64_t size = 0;            ///< files only; -1 when the server does not tell
-  std::optional<std::time_t> time;  ///< last modification
-};
-
-/// Entries whose names can be used, each name once and in byte order; `hostile` counts those that were
-/// dropped although they are not "." or "..".
-struct Listing {
-  std::vector<Entry> entries;
-  std::size_t hostile = 0;
-};
 
 /// The records that the plug-in delivered for the directory `id`, as a listing.
 [[nodiscard]] Listing make_listing(const std::string& id, const std::vector<_FS_FILE_V2>& records);
 
-/// File operations may run on several threads at once. Every operation answers the plug-in's code, and throws
-/// a Failure only for a cancellation; `check` turns a code into a Failure.
+/// File operations may run on several threads at once. Every operation returns the plug-in's code and throws
+/// a Failure only for a cancellation; `require` turns a code into a Failure.
 class Session {
  public:
   /// Logs in, or throws a Failure that tells a refused login from a server that was not reached.
@@ -75,9 +56,15 @@ class Session {
   [[nodiscard]] Operations& operations() const noexcept { return operations_; }
   [[nodiscard]] const Module& module() const noexcept { return module_; }
 
-  /// A Failure for an operation that answered `outcome`: "`what`: FAILED (1): what the server said".
+  /// Throws a Failure that names the URL of `id`, unless `outcome` is a success.
+  void require(const Outcome& outcome, const std::string& id) const;
+  /// A Failure for an operation that ended with `outcome`: "`what`: FAILED (1): what the server said".
   [[nodiscard]] Failure failure(const std::string& what, const Outcome& outcome,
                                 ExitCode code = ExitCode::other) const;
+  /// A Failure for what this program found out by itself: "`what`: FAILED (1)".
+  [[nodiscard]] Failure failure(const std::string& what, AERROR error, ExitCode code = ExitCode::other) const;
+  /// "URL: not found: FILE_NOT_FOUND (17)".
+  [[nodiscard]] Failure not_found(const std::string& id, AERROR error = FILE_NOT_FOUND) const;
 
  private:
   void connect(const ConnectOptions& options);

@@ -46,9 +46,14 @@ TABLE = (
     (r"protocol/.*", ("protocol/", "fileops/", "listing/") + BELOW + LEAVES, NOTHING),
     # Proves that the boundary suffices.
     (r"host/cli/.*", ("host/", "boundary/abi/"), LIBCURL),
-    (r"host/copy/.*", ("host/copy/", "host/remote/", "host/local/", "host/*", "boundary/abi/"), LIBCURL),
-    (r"host/remote/.*", ("host/remote/", "host/*", "boundary/abi/"), LIBCURL),
-    (r"host/local/.*", ("host/local/", "host/*"), LIBCURL),
+    (
+        r"host/copy/.*",
+        ("host/copy/", "host/remote/", "host/local/", "host/tree/", "host/*", "boundary/abi/"),
+        LIBCURL,
+    ),
+    (r"host/remote/.*", ("host/remote/", "host/tree/", "host/*", "boundary/abi/"), LIBCURL),
+    (r"host/local/.*", ("host/local/", "host/tree/", "host/*"), LIBCURL),
+    (r"host/tree/.*", ("host/tree/", "host/*"), LIBCURL),
     (r"host/.*", ("host/*", "boundary/abi/"), LIBCURL),
 )
 

@@ -40,7 +40,8 @@ GOOD = {
     '#include "boundary/abi/records.h"\n',
     "host/copy/get.h": '#include "host/local/files.h"\n#include "host/remote/module.h"\n',
     "host/remote/module.h": '#include "boundary/abi/records.h"\n#include "host/failure.h"\n',
-    "host/local/files.h": '#include "host/failure.h"\n',
+    "host/local/files.h": '#include "host/failure.h"\n#include "host/tree/tree.h"\n',
+    "host/tree/tree.h": '#include "host/failure.h"\n',
     "host/failure.h": "",
     "tests/unit/any_test.cpp": '#include "protocol/paths.h"\n#include "transport/pool/pool.h"\n',
 }
@@ -72,6 +73,7 @@ BROKEN = {
     "remote_looks_at_copy": ("host/remote/module.h", '#include "host/copy/get.h"', "direction"),
     "remote_looks_at_local": ("host/remote/module.h", '#include "host/local/files.h"', "direction"),
     "local_looks_at_remote": ("host/local/files.h", '#include "host/remote/module.h"', "direction"),
+    "tree_looks_at_local": ("host/tree/tree.h", '#include "host/local/files.h"', "direction"),
     "shared_looks_at_a_room": ("host/failure.h", '#include "host/local/files.h"', "direction"),
     "product_looks_at_tests": ("transport/pool/pool.h", '#include "tests/unit/any_test.cpp"', "direction"),
     "unknown_file": ("common/text.h", '#include "common/gone.h"', "no file of this project"),

@@ -72,8 +72,6 @@ TEST(RemotePath, JoinsAndTakesApart) {
   EXPECT_EQ(parent_path("//a"), "//");
   EXPECT_EQ(parent_path("//a/b"), "//a");
   EXPECT_EQ(parent_path("/"), "/");
-  EXPECT_EQ(leaf_name("/a/b"), "b");
-  EXPECT_EQ(leaf_name("/"), "");
 }
 
 }  // namespace

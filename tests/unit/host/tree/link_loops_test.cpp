@@ -1,4 +1,4 @@
-#include "host/remote/link_loops.h"
+#include "host/tree/link_loops.h"
 
 #include <gtest/gtest.h>
 
@@ -7,14 +7,20 @@
 namespace ftp_host {
 namespace {
 
-_FS_FILE_V2 record(const std::string& id, const std::string& name, std::uint32_t attr = FS_ATTR_FILE) {
-  _FS_FILE_V2 out;
-  out.id = id;
-  out.name = name;
-  out.attr = attr;
-  out.size = 7;
-  out.modify_time = "2024-03-05T07:08:09.000Z";
-  return out;
+/// What the directory at `place` holds: "a/" is a directory, "f" a file.
+Listing listing_of(const std::string& place, const std::vector<std::string>& names) {
+  Listing listing;
+  for (std::string name : names) {
+    Entry entry;
+    entry.directory = name.ends_with('/');
+    if (entry.directory) name.pop_back();
+    entry.name = name;
+    entry.id = (place == "/" ? "" : place) + "/" + name;
+    entry.size = entry.directory ? 0 : 7;
+    entry.time = 1709622489;
+    listing.entries.push_back(entry);
+  }
+  return listing;
 }
 
 /// A walk over directories whose listings are `at`.
@@ -27,8 +33,8 @@ WalkPath walk_over(std::map<std::string, Listing> at) {
 }
 
 TEST(WalkPath, NoticesALinkToADirectoryAbove) {
-  const Listing top = make_listing("/", {record("/./loop", "loop", 2), record("/./f", "f")});
-  const Listing again = make_listing("/loop", {record("/loop/loop", "loop", 2), record("/loop/f", "f")});
+  const Listing top = listing_of("/", {"f", "loop/"});
+  const Listing again = listing_of("/loop", {"f", "loop/"});
   WalkPath path{[&](const std::string&) { return std::optional{again}; }};
   EXPECT_TRUE(path.enter(top, "/"));
   EXPECT_FALSE(path.enter(again, "/loop"));
@@ -37,33 +43,29 @@ TEST(WalkPath, NoticesALinkToADirectoryAbove) {
 }
 
 TEST(WalkPath, LetsDirectoriesThatHoldOneOfTheSameNamePass) {
-  const auto level = [](const std::string& place) {
-    return make_listing(place, {record(place + "/a", "a", 2)});
-  };
+  const auto level = [](const std::string& place) { return listing_of(place, {"a/"}); };
   WalkPath path =
-      walk_over({{"/", level("/.")}, {"/a", level("/a")}, {"/a/a", level("/a/a")}, {"/a/a/a", {}}});
-  EXPECT_TRUE(path.enter(level("/."), "/"));
+      walk_over({{"/", level("/")}, {"/a", level("/a")}, {"/a/a", level("/a/a")}, {"/a/a/a", {}}});
+  EXPECT_TRUE(path.enter(level("/"), "/"));
   EXPECT_TRUE(path.enter(level("/a"), "/a"));
   EXPECT_TRUE(path.enter(level("/a/a"), "/a/a"));
 }
 
 TEST(WalkPath, NoticesALinkWhereTheServerFollowsOnlyAFew) {
   const auto listing = [](const std::string& place, const std::string& name) {
-    return make_listing(place, {record(place + "/" + name, name, 2)});
+    return listing_of(place, {name + "/"});
   };
   // "up" leads back to the top; behind two of them the server refuses.
   WalkPath path =
       walk_over({{"/d/up/d", listing("/d/up/d", "up")}, {"/d/up/d/up", listing("/d/up/d/up", "d")}});
-  EXPECT_TRUE(path.enter(listing("/.", "d"), "/"));
+  EXPECT_TRUE(path.enter(listing("/", "d"), "/"));
   EXPECT_TRUE(path.enter(listing("/d", "up"), "/d"));
   EXPECT_FALSE(path.enter(listing("/d/up", "d"), "/d/up"));
 }
 
-TEST(WalkPath, GoesTheSuspectedWayOftenAndNotBeyondWhatServersFollow) {
+TEST(WalkPath, FollowsASuspectedLinkOftenAndNotForEver) {
   std::string asked;
-  const auto listing = [](const std::string& place) {
-    return make_listing(place, {record(place + "/l", "l", 2)});
-  };
+  const auto listing = [](const std::string& place) { return listing_of(place, {"l/"}); };
   WalkPath path{[&](const std::string& place) {
     asked = place;
     return std::optional{listing(place)};
@@ -78,8 +80,8 @@ TEST(WalkPath, GoesTheSuspectedWayOftenAndNotBeyondWhatServersFollow) {
 
 TEST(WalkPath, LetsEqualDirectoriesWithoutSubdirectoriesPass) {
   WalkPath path = walk_over({});
-  EXPECT_TRUE(path.enter(make_listing("/", {record("/./f", "f")}), "/"));
-  EXPECT_TRUE(path.enter(make_listing("/d", {record("/d/f", "f")}), "/d"));
+  EXPECT_TRUE(path.enter(listing_of("/", {"f"}), "/"));
+  EXPECT_TRUE(path.enter(listing_of("/d", {"f"}), "/d"));
   EXPECT_TRUE(path.enter({}, "/d/e"));
   EXPECT_TRUE(path.enter({}, "/d/e/g"));
 }

@@ -1,4 +1,4 @@
-#include "host/remote/link_loops.h"
+#include "host/tree/link_loops.h"
 
 #include <fmt/format.h>
 
@@ -9,12 +9,13 @@ namespace ftp_host {
 namespace {
 
 constexpr std::size_t kDeepest = 200;
-// A server's system follows at most 40 links in one path, and a way may hold several.
+/// How often the path is appended. A server's system follows at most 40 links in one path, and the path may
+/// hold several of them.
 constexpr int kRounds = 12;
 constexpr std::size_t kLongestPath = 1000;
 
-/// Sizes and times belong to it: two directories that hold the same names are common. Empty without a
-/// directory inside, since a loop needs one.
+/// A listing as text. Sizes and times belong to it, because directories with the same names in them are
+/// common. Empty when there is no directory inside, since a loop needs one.
 std::string fingerprint(const Listing& listing) {
   std::string text;
   bool directory = false;
@@ -32,31 +33,24 @@ bool holds_directory(const Listing& listing, std::string_view name) {
 
 }  // namespace
 
-WalkPath::ListPlace list_of(Session& session) {
-  return [&session](const std::string& place) -> std::optional<Listing> {
-    Listing listing;
-    if (session.list(place, listing).code != SUCCESS) return std::nullopt;
-    return listing;
-  };
-}
-
 bool WalkPath::leads_back(const Level& above, const std::string& place, const Listing& listing) const {
-  // Directories that hold nothing but one directory of the same name look alike, too. Only a link can be
-  // followed again and again.
-  std::string_view way = std::string_view{place}.substr(above.place.size());
-  if (way.starts_with('/')) way.remove_prefix(1);
+  // Equal listings alone prove nothing: "a/a/a", each holding nothing but the next, look alike as well. But
+  // only a link can be followed again and again.
+  std::string_view between = std::string_view{place}.substr(above.place.size());
+  if (between.starts_with('/')) between.remove_prefix(1);
   std::string deep = place;
-  for (int round = 0; round < kRounds && deep.size() + way.size() < kLongestPath; ++round) {
-    deep.append("/").append(way);
+  for (int round = 0; round < kRounds && deep.size() + between.size() < kLongestPath; ++round) {
+    deep.append("/").append(between);
   }
   if (const auto found = list_(deep); found && fingerprint(*found) == above.print) return true;
 
-  // Some servers follow only a few links in one path. There the way ends with a directory that is listed and
-  // yet cannot be read, and that of a real tree with a directory that holds something else.
+  // The listing of that deep path may fail for a loop, too: some servers follow only a few links in one path.
+  // So take it step by step. A loop ends at a directory that its parent lists, and that cannot be read; a
+  // real tree ends at a directory that lacks the next name, or holds something else.
   std::string here = place;
   Listing in = listing;
   for (int round = 0; round < kRounds; ++round) {
-    for (std::string_view rest = way; !rest.empty();) {
+    for (std::string_view rest = between; !rest.empty();) {
       const std::string_view name = rest.substr(0, rest.find('/'));
       rest.remove_prefix(std::min(name.size() + 1, rest.size()));
       if (!holds_directory(in, name)) return false;

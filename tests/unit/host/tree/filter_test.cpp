@@ -1,4 +1,4 @@
-#include "host/local/filter.h"
+#include "host/tree/filter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "host/copy/fetch.h"
+#include "host/remote/fetch.h"
 
 #include <fmt/format.h>
 
@@ -21,9 +21,8 @@ constexpr std::int64_t kBlock = 65536;
 constexpr std::chrono::seconds kLongRead{1};
 
 Failure changed(const Session& session, const Entry& entry) {
-  return Failure{ExitCode::other,
-                 fmt::format("{}: changed on the server while it was read: {}", session.url_of(entry.id),
-                             code_text(session.module(), FILE_READ_FAILED))};
+  return session.failure(session.url_of(entry.id) + ": changed on the server while it was read",
+                         FILE_READ_FAILED);
 }
 
 /// A file whose size nobody knows: long ranges until one comes short, then ever shorter ones for the rest,
@@ -35,7 +34,7 @@ std::int64_t fetch_unknown(Session& session, const Entry& entry, std::int64_t of
   while (length > 0) {
     std::int64_t received = 0;
     const Outcome outcome = session.read(entry.id, offset, length, writer, received);
-    if (outcome.code != SUCCESS) throw session.failure(session.url_of(entry.id), outcome);
+    session.require(outcome, entry.id);
     offset += received;
     if (received < length) length = length == kProbe ? kBlock / 2 : length / 2;
   }
@@ -66,10 +65,10 @@ std::int64_t fetch(Session& session, const Entry& entry, std::int64_t offset, st
     if (refused) return offset - begin;
     if (offset >= end) break;
     if (received == 0 && ++fruitless >= kFruitlessRuns) {
-      if (outcome.code != SUCCESS) throw session.failure(session.url_of(entry.id), outcome);
-      throw Failure{ExitCode::other,
-                    fmt::format("{}: ended after {} of {} bytes: {}", session.url_of(entry.id), offset, end,
-                                code_text(session.module(), FILE_READ_FAILED))};
+      session.require(outcome, entry.id);
+      throw session.failure(
+          fmt::format("{}: ended after {} of {} bytes", session.url_of(entry.id), offset, end),
+          FILE_READ_FAILED);
     }
     if (entry.size < 0) continue;
     const Entry now = exact_file(session, entry);
