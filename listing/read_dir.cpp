@@ -6,6 +6,7 @@
 
 #include "boundary/log.h"
 #include "common/string_format.h"
+#include "listing/sftp_listing.h"
 #include "transport/ftp/ftp_buffers.h"
 #include "transport/one_line.h"
 #include "transport/pool/lease.h"
@@ -21,24 +22,39 @@ void hold(long long speed_limit, transfer& request) {
   request.set(CURLOPT_BUFFERSIZE, ftp_download_buffer_size(speed_limit), kDefaultDownloadBuffer);
 }
 
-CURLcode list_mlsd(connection& con, const std::string& command, long long speed_limit, byte_vector& bytes) {
-  transfer request{con};
-  hold(speed_limit, request);
-  return request.set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr)
-      .write_to(&write_vector_char, &bytes)
-      .run();
+/// Runs the request; `text` becomes its body.
+CURLcode fetch(transfer& request, malloc_block& text) {
+  byte_vector body;
+  const CURLcode code = request.write_to(&write_vector_char, &body).run();
+  if (code == CURLE_OK) text = body.release_text();
+  return code;
 }
 
-CURLcode list_url(connection& con, std::string url, long long speed_limit, byte_vector& bytes) {
+CURLcode list_mlsd(connection& con, const std::string& command, long long speed_limit, malloc_block& text) {
+  transfer request{con};
+  hold(speed_limit, request);
+  return fetch(request.set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr), text);
+}
+
+CURLcode list_url(connection& con, std::string url, long long speed_limit, malloc_block& text) {
   if (!url.ends_with('/')) url += '/';  // libcurl then lists the directory
   transfer request{con};
   hold(speed_limit, request);
-  return request.keep(CURLOPT_URL, url.c_str()).write_to(&write_vector_char, &bytes).run();
+  return fetch(request.keep(CURLOPT_URL, url.c_str()), text);
 }
 
 /// libcurl's own listing would show times to the minute or the day, and no way to tell a name that holds `;`.
-CURLcode list_sftp(connection& con, const std::string& path, byte_vector& bytes) {
-  return run_with_retry([&] { return con.sftp().list(path, bytes); });
+CURLcode list_sftp(connection& con, const std::string& path, malloc_block& text) {
+  sftp_listing listing;
+  const CURLcode code = run_with_retry([&] { return con.sftp().list(path, listing); });
+  if (code != CURLE_OK) return code;
+  if (listing.left_out() != 0) {
+    __LOG__A(current_logger(), LOGLEVEL_ERROR,
+             "[NETWORK   ] SFTP listing of [%s]: %zu names hold a line feed and are left out", path.c_str(),
+             listing.left_out());
+  }
+  text = listing.release_text();
+  return CURLE_OK;
 }
 
 }  // namespace
@@ -57,12 +73,11 @@ std::optional<raw_listing> read_dir(const server_view& server, const char* path)
   lease borrowed{server.connected_pool()};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return std::nullopt;
-  byte_vector bytes;
-  const CURLcode code = server.is_sftp ? list_sftp(con, command_path(server, path), bytes)
-                        : is_mlsd      ? list_mlsd(con, command, server.speed_limit, bytes)
-                                  : list_url(con, request_url(server, con, path), server.speed_limit, bytes);
+  malloc_block text;
+  const CURLcode code = server.is_sftp ? list_sftp(con, command_path(server, path), text)
+                        : is_mlsd      ? list_mlsd(con, command, server.speed_limit, text)
+                                  : list_url(con, request_url(server, con, path), server.speed_limit, text);
   if (code != CURLE_OK) return fail(code);
-  malloc_block text = bytes.release_text();
   borrowed.give_back();
   return raw_listing{is_mlsd, std::move(text)};
 }

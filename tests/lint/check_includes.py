@@ -20,7 +20,7 @@ SHARED = ("transport/*",)  # what the rooms of transport/ share
 BELOW = ("transport/", "common/")  # what the operations stand on
 
 # The operations of listing/: everything else there is a parser.
-LISTING_OPERATIONS = r"(read_dir|list_directory)"
+LISTING_OPERATIONS = r"(read_dir|list_directory|sftp_line|sftp_listing)"
 
 LIBCURL = ("curl/", "libssh2", "event2/")
 NOTHING = ()

@@ -24,6 +24,8 @@
 
 #include "common/time_text.h"
 #include "listing/basic_line.h"
+#include "listing/reply_lines.h"
+#include "listing/sftp_listing.h"
 #include "tests/fakes/relay.h"
 #include "tests/servers/sshd.h"
 
@@ -70,8 +72,8 @@ void set_time(const fs::path& path, std::time_t mtime) {
 
 /// The listing of `path` as the host gets it: names to records, by the parser and with links followed.
 std::map<std::string, _FS_FILE_V2> listed(sftp_channel& channel, const std::string& path) {
-  byte_vector body;
-  EXPECT_EQ(channel.list(path, body), CURLE_OK);
+  sftp_listing listing;
+  EXPECT_EQ(channel.list(path, listing), CURLE_OK);
   const std::function<void(const std::string&, _FS_FILE_V2&)> follow = [&](const std::string& link,
                                                                            _FS_FILE_V2& target) {
     sftp_attributes attributes{};
@@ -81,10 +83,8 @@ std::map<std::string, _FS_FILE_V2> listed(sftp_channel& channel, const std::stri
   };
   std::map<std::string, _FS_FILE_V2> records;
   std::size_t lines = 0;
-  for (std::size_t at = 0; at < body.size(); ++lines) {
-    const auto end =
-        std::find(body.begin() + static_cast<std::ptrdiff_t>(at), body.end(), '\n') - body.begin();
-    const std::string line(body.data() + at, static_cast<std::size_t>(end) - at);
+  reply_lines each{listing.text()};
+  for (std::string_view line; each.next(line); ++lines) {
     _FS_FILE_V2 record{};
     basic_line_context context;
     context.path = path.c_str();
@@ -92,7 +92,6 @@ std::map<std::string, _FS_FILE_V2> listed(sftp_channel& channel, const std::stri
     context.follow_link = &follow;
     EXPECT_TRUE(parse_basic_line(line, context, record)) << line;
     records[record.name] = record;
-    at = static_cast<std::size_t>(end) + 1;
   }
   EXPECT_EQ(records.size(), lines) << "names came out twice";
   return records;
@@ -184,14 +183,14 @@ TEST_F(SftpChannel, GivesTheCodesOfLibcurlForRefusals) {
   const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
   sftp_attributes got{1, 2, 3, 4, 5, 6, 7};
-  byte_vector body;
+  sftp_listing body;
   EXPECT_EQ(channel.stat((home() / "nothing").string(), got), CURLE_REMOTE_FILE_NOT_FOUND);
   EXPECT_EQ(channel.stat((home() / "closed/inside").string(), got), CURLE_REMOTE_ACCESS_DENIED);
   EXPECT_EQ(got.mtime, 7U) << "a refusal leaves the record as it was";
   EXPECT_EQ(channel.list((home() / "nothing").string(), body), CURLE_REMOTE_FILE_NOT_FOUND);
   EXPECT_EQ(channel.list((home() / "closed").string(), body), CURLE_REMOTE_ACCESS_DENIED);
   EXPECT_EQ(channel.list((home() / "f").string(), body), CURLE_REMOTE_FILE_NOT_FOUND) << "not a directory";
-  EXPECT_TRUE(body.empty());
+  EXPECT_EQ(body.text(), "");
   fs::permissions(home() / "closed", fs::perms::owner_all);
 }
 
@@ -405,7 +404,7 @@ TEST_F(SftpChannel, ClosesEveryDirectoryItReads) {
   const server_settings settings = login_settings(server());
   const std::size_t before = server().logins();
   sftp_channel channel{settings};
-  byte_vector body;
+  sftp_listing body;
   for (int n = 0; n < 250; ++n) ASSERT_EQ(channel.list("d", body), CURLE_OK) << n;  // the server opens 100
   EXPECT_EQ(server().logins() - before, 1U);
 }
@@ -414,12 +413,12 @@ TEST_F(SftpChannel, PutsTheListingInThePlaceOfAnEarlierOne) {
   fs::create_directory(home() / "d");
   const server_settings settings = login_settings(server());
   sftp_channel channel{settings};
-  byte_vector once;
-  byte_vector twice;
+  sftp_listing once;
+  sftp_listing twice;
   ASSERT_EQ(channel.list("d", once), CURLE_OK);
   ASSERT_EQ(channel.list("d", twice), CURLE_OK);
   ASSERT_EQ(channel.list("d", twice), CURLE_OK);
-  EXPECT_EQ(once, twice);
+  EXPECT_EQ(once.text(), twice.text());
 }
 
 // Logging in.
@@ -600,7 +599,7 @@ TEST(SftpChannelFailure, IsNotNoticedWhenTheServerHungUpMeanwhile) {
   const server_settings settings = login_settings(server);
   sftp_channel channel{settings};
   sftp_attributes got{};
-  byte_vector body;
+  sftp_listing body;
   ASSERT_EQ(channel.stat("/", got), CURLE_OK);
   server.signal_sessions(SIGKILL);
   EXPECT_EQ(channel.stat("/", got), CURLE_OK);
@@ -650,7 +649,7 @@ TEST(SftpChannelFailure, ComesInTimeWhereverTheServerFallsSilent) {
   for (int n = 0; n < 300; ++n) std::ofstream{server.home() / ("file number " + std::to_string(n))};
   std::size_t whole = 0;
   std::size_t logged_in = 0;
-  byte_vector want;
+  sftp_listing want;
   {
     const Relay relay{server.host(), server.port()};
     const server_settings settings = through(login_settings(server), relay);
@@ -675,18 +674,18 @@ TEST(SftpChannelFailure, ComesInTimeWhereverTheServerFallsSilent) {
     const server_settings settings = through(login_settings(server), relay);
     sftp_channel channel{settings, limits};
     sftp_attributes got{};
-    byte_vector body;
+    sftp_listing body;
     const auto begin = std::chrono::steady_clock::now();
     each.code = channel.stat("", got);
     if (each.code == CURLE_OK) each.code = channel.list("", body);
     each.taken = std::chrono::steady_clock::now() - begin;
-    each.listed = body.size();
+    each.listed = body.text().size();
   };
   const std::clock_t cpu = std::clock();
   Silence in_closing{whole - 1};
   run(in_closing, {.login = 10s, .silence = 500ms});
   EXPECT_EQ(in_closing.code, CURLE_OK) << "the entries had all come";
-  EXPECT_EQ(in_closing.listed, want.size());
+  EXPECT_EQ(in_closing.listed, want.text().size());
   EXPECT_GE(in_closing.taken, 500ms);
   std::vector<std::thread> threads;
   for (Silence& each : silences) {
@@ -707,7 +706,7 @@ TEST(SftpChannelFailure, ComesWhereverTheLineBreaks) {
   const Sshd server;
   for (int n = 0; n < 300; ++n) std::ofstream{server.home() / ("file number " + std::to_string(n))};
   std::size_t whole = 0;
-  byte_vector want;
+  sftp_listing want;
   {
     const Relay relay{server.host(), server.port()};
     const server_settings settings = through(login_settings(server), relay);
@@ -720,7 +719,7 @@ TEST(SftpChannelFailure, ComesWhereverTheLineBreaks) {
   for (std::size_t cut = 1; cut < whole - 200; cut += whole / 37) {
     const Relay relay{server.host(), server.port(), {.delay = 0us, .cut_after = cut}};
     const server_settings settings = through(login_settings(server), relay);
-    byte_vector body;
+    sftp_listing body;
     const CURLcode code = sftp_channel{settings, {.login = 10s, .silence = 5s}}.list("", body);
     EXPECT_THAT(code, AnyOf(CURLE_FAILED_INIT, CURLE_RECV_ERROR, CURLE_SEND_ERROR)) << "cut after " << cut;
     ++seen[code];
@@ -770,7 +769,7 @@ TEST_P(OddSftp, FailsInTimeAndIsLeft) {
   const std::string path = std::string{"/"} + manner;
   sftp_channel channel{settings, {.login = 10s, .silence = 1s}};
   sftp_attributes got{};
-  byte_vector body;
+  sftp_listing body;
   EXPECT_EQ(channel.list(path, body), listing);
   EXPECT_EQ(channel.stat("/good", got), CURLE_OK);
   if (stat == CURLE_OK) return;

@@ -8,6 +8,7 @@
 #include <new>
 #include <string>
 
+#include "listing/sftp_listing.h"
 #include "tests/leaks/failures.h"
 #include "tests/servers/sshd.h"
 #include "transport/sftp/sftp_channel.h"
@@ -62,9 +63,9 @@ TEST(SftpChannelMemory, MayRunOutAtAnyTime) {
       return channel.stat(path, got);
     });
     let_each_fail(settings, logged_in, [&](sftp_channel& channel) {
-      byte_vector body;
-      const CURLcode code = channel.list(path, body);
-      const std::string_view text{body.data(), body.size()};
+      sftp_listing listing;
+      const CURLcode code = channel.list(path, listing);
+      const std::string_view text = listing.text();
       if (code == CURLE_OK) {
         EXPECT_NE(text.find("a -> link;"), text.npos);
         EXPECT_NE(text.find("stored somewhere;"), text.npos);

@@ -16,11 +16,8 @@ CURLcode sftp_channel::stat(const std::string& path,
   return deliver(&got, 1, sizeof got, userdata) == sizeof got ? CURLE_OK : CURLE_WRITE_ERROR;
 }
 
-CURLcode sftp_channel::list(const std::string& path, byte_vector& body) {
-  return run([&] {
-    body.clear();
-    return session_->list(path, body);
-  });
+CURLcode sftp_channel::list(const std::string& path, sftp_entry_sink& sink) {
+  return run([&] { return session_->list(path, sink); });
 }
 
 template <class Request>

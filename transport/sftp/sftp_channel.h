@@ -9,7 +9,6 @@
 #include <string>
 
 #include "common/pinned.h"
-#include "transport/byte_sink.h"
 #include "transport/server_settings.h"
 #include "transport/sftp/sftp_attributes.h"
 #include "transport/sftp/sftp_session.h"
@@ -36,9 +35,8 @@ class sftp_channel : pinned {
                                                      void* userdata),
                               void* userdata);
 
-  /// Puts the listing of directory `path` into `body`, one line for each entry, see sftp_listing_line.h. On
-  /// failure `body` holds a part. Entries whose name holds a line feed are left out; a line in the log tells.
-  [[nodiscard]] CURLcode list(const std::string& path, byte_vector& body);
+  /// Hands the entries of directory `path` to `sink`. On failure it has got a part of them.
+  [[nodiscard]] CURLcode list(const std::string& path, sftp_entry_sink& sink);
 
   /// Ends the session. A later request would log in again.
   void close() noexcept { session_.reset(); }

@@ -7,13 +7,13 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "boundary/log.h"
 #include "transport/curl_global.h"
 #include "transport/sftp/sftp_errors.h"
-#include "transport/sftp/sftp_listing_line.h"
 #include "transport/sftp/ssh_login.h"
 
 namespace ftp_plugin {
@@ -163,8 +163,9 @@ CURLcode sftp_session::stat(const std::string& path, sftp_attributes& out) {
   return CURLE_OK;
 }
 
-CURLcode sftp_session::list(const std::string& path, byte_vector& body) {
+CURLcode sftp_session::list(const std::string& path, sftp_entry_sink& sink) {
   if (const CURLcode code = close_directory(); code != CURLE_OK) return code;  // left by an exception
+  sink.begin();
   const std::string asked = server_path(path);
   const int error = finish([&] {
     directory_.reset(
@@ -172,16 +173,23 @@ CURLcode sftp_session::list(const std::string& path, byte_vector& body) {
     return directory_ != nullptr ? 0 : libssh2_session_last_errno(session_.get());
   });
   if (error != 0) return failed(error);
-  const CURLcode code = read_entries(asked, body);
+  const CURLcode code = read_entries(asked, sink);
   // The entries are there, whatever becomes of the directory.
   if (usable_) (void)close_directory();
   return code;
 }
 
-CURLcode sftp_session::read_entries(const std::string& path, byte_vector& body) {
+CURLcode sftp_session::read_entries(const std::string& path, sftp_entry_sink& sink) {
   std::vector<char> name(kLongestText);
   std::vector<char> long_name(kLongestText);
-  std::size_t left_out = 0;
+  CURLcode looked_up = CURLE_OK;
+  const std::string folder = path.ends_with('/') ? path : path + '/';
+  const link_lookup target_of = [&](std::string_view link) -> std::optional<sftp_attributes> {
+    if (!usable_) return std::nullopt;
+    sftp_attributes target{};
+    looked_up = stat(folder + std::string{link}, target);
+    return looked_up == CURLE_OK ? std::optional{target} : std::nullopt;
+  };
   for (;;) {
     LIBSSH2_SFTP_ATTRIBUTES got{};
     long_name.front() = '\0';
@@ -190,36 +198,11 @@ CURLcode sftp_session::read_entries(const std::string& path, byte_vector& body) 
                                      long_name.size(), &got);
     });
     if (length < 0) return failed(length);
-    if (length == 0) break;
-    const sftp_entry entry{
-        {name.data(), static_cast<std::size_t>(length)}, long_name.data(), to_attributes(got)};
-    if (!fits_a_line(entry.name)) {
-      ++left_out;
-      continue;
-    }
-    if (const CURLcode code = append_entry(path, entry, body); code != CURLE_OK) return code;
+    if (length == 0) return CURLE_OK;
+    sink.take({{name.data(), static_cast<std::size_t>(length)}, long_name.data(), to_attributes(got)},
+              target_of);
+    if (!usable_) return looked_up;
   }
-  if (left_out != 0) {
-    __LOG__A(current_logger(), LOGLEVEL_ERROR,
-             "[NETWORK   ] SFTP listing of [%s]: %zu names hold a line feed and are left out", path.c_str(),
-             left_out);
-  }
-  return CURLE_OK;
-}
-
-CURLcode sftp_session::append_entry(const std::string& path, const sftp_entry& entry, byte_vector& body) {
-  if (!is_link_with_arrow_in_name(entry)) {
-    append_listing_line(body, entry);
-    return CURLE_OK;
-  }
-  std::string link = path;
-  if (!link.ends_with('/')) link += '/';
-  link += entry.name;
-  sftp_attributes target{};
-  const CURLcode code = stat(link, target);
-  if (!usable_) return code;
-  append_listing_line(body, listed_as(entry, code == CURLE_OK ? &target : nullptr));
-  return CURLE_OK;
 }
 
 CURLcode sftp_session::close_directory() {

@@ -9,11 +9,11 @@
 #include <string>
 
 #include "common/pinned.h"
-#include "transport/byte_sink.h"
 #include "transport/limits.h"
 #include "transport/server_settings.h"
 #include "transport/sftp/bare_socket.h"
 #include "transport/sftp/sftp_attributes.h"
+#include "transport/sftp/sftp_entry.h"
 #include "transport/sftp/ssh_owner.h"
 
 namespace ftp_plugin {
@@ -40,9 +40,8 @@ class sftp_session : pinned {
   /// start at the home directory; "" and "/~" are the home directory.
   [[nodiscard]] CURLcode stat(const std::string& path, sftp_attributes& out);
 
-  /// Appends the listing of directory `path` to `body`, see sftp_listing_line.h. On failure `body` holds a
-  /// part.
-  [[nodiscard]] CURLcode list(const std::string& path, byte_vector& body);
+  /// Hands the entries of directory `path` to `sink`, in the server's order. On failure it has got a part.
+  [[nodiscard]] CURLcode list(const std::string& path, sftp_entry_sink& sink);
 
   /// Whether the session can take further requests; false after a failure that was not merely the server's
   /// answer to a request.
@@ -55,9 +54,7 @@ class sftp_session : pinned {
   [[nodiscard]] CURLcode try_password(const credentials& login, const std::string& methods);
   [[nodiscard]] CURLcode try_key(const std::string& user, const std::string& file,
                                  const std::string& pass_phrase);
-  [[nodiscard]] CURLcode read_entries(const std::string& path, byte_vector& body);
-  [[nodiscard]] CURLcode append_entry(const std::string& path, const struct sftp_entry& entry,
-                                      byte_vector& body);
+  [[nodiscard]] CURLcode read_entries(const std::string& path, sftp_entry_sink& sink);
   [[nodiscard]] CURLcode close_directory();
 
   // libssh2's way back to its session is a pointer to the pointer that it was given at the start.

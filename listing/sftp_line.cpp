@@ -1,21 +1,24 @@
-#include "transport/sftp/sftp_listing_line.h"
+#include "listing/sftp_line.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <limits>
 #include <optional>
 #include <string>
+
+#include "listing/ftpparse.h"
 
 namespace ftp_plugin {
 namespace {
 
 constexpr std::string_view kArrow = " -> ";
 constexpr std::string_view kKinds = "bcdlps-";  // first characters that make a line an `ls -l` line
-constexpr std::array<std::string_view, 12> kMonths = {"jan", "feb", "mar", "apr", "may", "jun",
-                                                      "jul", "aug", "sep", "oct", "nov", "dec"};
-constexpr std::array<const char*, 12> kMonthTexts = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                     "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr std::size_t kLongestLine = std::numeric_limits<int>::max();  // that the parser takes
+constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                 "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 bool has(const sftp_attributes& attributes, std::uint64_t flag) noexcept {
   return (attributes.flags & flag) != 0;
@@ -49,86 +52,42 @@ bool is_link(const sftp_entry& entry) noexcept {
   return tells_kind(entry.attributes) ? kind_of(entry.attributes) == 'l' : entry.long_name.starts_with('l');
 }
 
-bool is_month(std::string_view field) noexcept {
-  const auto same = [](char c, char lower) { return c == lower || c == lower - 32; };
-  return std::ranges::any_of(kMonths,
-                             [&](std::string_view month) { return std::ranges::equal(field, month, same); });
-}
-
-bool is_number(std::string_view field) noexcept {
-  return !field.empty() && std::ranges::all_of(field, [](char c) { return c >= '0' && c <= '9'; });
-}
-
-/// What the LIST parser takes out of an `ls -l` line.
-struct parsed_long_name {
-  std::string_view size;
-  std::size_t name_at;
-};
-
-/// Walks the line as the LIST parser does, field by field: permissions, links, owner, any number of fields of
-/// which the last is the size, month, day, time or year; the name begins one blank later.
-std::optional<parsed_long_name> parse_long_name(std::string_view line) noexcept {
-  enum class Due { kPermissions, kLinks, kOwner, kFirstSize, kSizeOrMonth, kDay, kTimeOrYear };
-  if (line.empty() || kKinds.find(line.front()) == std::string_view::npos) return std::nullopt;
-  Due due = Due::kPermissions;
-  parsed_long_name found{};
-  for (std::size_t at = 0;;) {
-    const std::size_t begin = line.find_first_not_of(' ', at);
-    const std::size_t end = begin == std::string_view::npos ? begin : line.find(' ', begin);
-    if (end == std::string_view::npos) return std::nullopt;
-    const std::string_view field = line.substr(begin, end - begin);
-    at = end + 1;
-    switch (due) {
-      case Due::kPermissions:
-        // A blank or a bracket there announces NetWare, where blanks in front of a name are dropped.
-        if (field.size() < 2 || field[1] == '[') return std::nullopt;
-        due = Due::kLinks;
-        break;
-      case Due::kLinks:
-        due = field.size() == 6 && field.front() == 'f' ? Due::kFirstSize : Due::kOwner;
-        break;
-      case Due::kOwner:
-        due = Due::kFirstSize;
-        break;
-      case Due::kFirstSize:
-        found.size = field;
-        due = Due::kSizeOrMonth;
-        break;
-      case Due::kSizeOrMonth:
-        if (is_month(field)) {
-          due = Due::kDay;
-        } else {
-          found.size = field;
-        }
-        break;
-      case Due::kDay:
-        due = Due::kTimeOrYear;
-        break;
-      case Due::kTimeOrYear:
-        if (field.size() < 4) break;
-        found.name_at = at;
-        return found;
-    }
+/// Whether a column of `line` is the number `size`. The parser reads a number out of any text, "4K" as well.
+bool shows_size(std::string_view line, std::int64_t size) {
+  const std::string digits = std::to_string(static_cast<std::uint64_t>(size));
+  while (!line.empty()) {
+    const std::size_t end = std::min(line.find(' '), line.size());
+    std::string_view column = line.substr(0, end);
+    while (column.size() > 1 && column.front() == '0') column.remove_prefix(1);
+    if (column == digits) return true;
+    line.remove_prefix(std::min(end + 1, line.size()));
   }
+  return false;
 }
 
-/// Where the file name ends in the long name; nothing when the parser would not find this entry in there.
-std::optional<std::size_t> end_of_name_in_long_name(const sftp_entry& entry) noexcept {
+/// Where the file name ends in the long name; nothing when the LIST parser does not find this entry in there.
+std::optional<std::size_t> end_of_name_in_long_name(const sftp_entry& entry) {
   const std::string_view line = entry.long_name;
-  const auto parsed = parse_long_name(line);
-  if (!parsed || line.find('\n') != std::string_view::npos) return std::nullopt;
+  // Of the parser's layouts, only this one ends in the name (or the target of a link): the time can follow.
+  if (line.empty() || kKinds.find(line.front()) == std::string_view::npos) return std::nullopt;
+  if (line.size() > kLongestLine || line.find('\n') != std::string_view::npos) return std::nullopt;
   const sftp_attributes& attributes = entry.attributes;
   if (tells_kind(attributes) && line.front() != kind_of(attributes)) return std::nullopt;
-  if (!is_number(parsed->size)) return std::nullopt;
-  if (has(attributes, kSftpHasSize)) {
-    const std::size_t digit = std::min(parsed->size.find_first_not_of('0'), parsed->size.size() - 1);
-    if (parsed->size.substr(digit) != std::to_string(attributes.filesize)) return std::nullopt;
-  }
-  const std::string_view shown = line.substr(parsed->name_at);
-  if (!shown.starts_with(entry.name)) return std::nullopt;
-  const std::string_view behind = shown.substr(entry.name.size());
-  if (!behind.empty() && !(line.front() == 'l' && behind.starts_with(kArrow))) return std::nullopt;
-  return parsed->name_at + entry.name.size();
+
+  struct ftpparse parsed;
+  constexpr list_clock kAnyClock{};  // the listed time does not count
+  if (ftpparse(&parsed, line.data(), static_cast<int>(line.size()), &kAnyClock) == 0) return std::nullopt;
+  const std::string_view name{parsed.name, static_cast<std::size_t>(parsed.namelen)};
+  if (name != entry.name) return std::nullopt;
+  // In NetWare's form the parser drops three blanks from the front of a longer name, and with the time behind
+  // it even a name of three blanks is a longer one.
+  if (name.starts_with("   ")) return std::nullopt;
+  const auto name_at = static_cast<std::size_t>(parsed.name - line.data());
+  const bool same_size = has(attributes, kSftpHasSize)
+                             ? parsed.size == static_cast<std::int64_t>(attributes.filesize)
+                             : shows_size(line.substr(0, name_at), parsed.size);
+  if (!same_size) return std::nullopt;
+  return name_at + name.size();
 }
 
 void append(byte_vector& listing, std::string_view text) { listing.append(text); }
@@ -149,7 +108,7 @@ std::string columns_from_attributes(const sftp_entry& entry) {
                 static_cast<unsigned long long>(attributes.uid),
                 static_cast<unsigned long long>(attributes.gid),
                 static_cast<unsigned long long>(attributes.filesize),
-                kMonthTexts[static_cast<std::size_t>(day.tm_mon)], day.tm_mday, day.tm_year + 1900);
+                kMonths[static_cast<std::size_t>(day.tm_mon)], day.tm_mday, day.tm_year + 1900);
   return columns.data();
 }
 

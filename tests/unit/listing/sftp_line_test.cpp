@@ -1,4 +1,4 @@
-#include "transport/sftp/sftp_listing_line.h"
+#include "listing/sftp_line.h"
 
 #include <gtest/gtest.h>
 
@@ -67,6 +67,9 @@ const LineCase kLineCases[] = {
     {"SizeWithLeadingZerosIsTheSameSize",
      {"f", "-rw-r--r-- 1 o g 0005 Jan  1  2020 f", regular(5)},
      "-rw-r--r-- 1 o g 0005 Jan  1  2020 f;1577836800\n"},
+    {"NetWareBracket",
+     {"f", "- [RWCEAFMS] 1 o 5 Jan  1  2020    f", regular(5)},
+     "- [RWCEAFMS] 1 o 5 Jan  1  2020    f;1577836800\n"},
     {"EmptyFile",
      {"f", "-rw-r--r-- 1 o g 0 Jan  1  2020 f", regular(0)},
      "-rw-r--r-- 1 o g 0 Jan  1  2020 f;1577836800\n"},
@@ -115,9 +118,12 @@ const LineCase kLineCases[] = {
     {"GroupNamedLikeAMonth",  // the parser takes the second word of the group for the month
      {"f", "-rw-r--r-- 1 tom the may 5 Jan  1  2020 f", regular(5)},
      "-rw-r--r-- 1 1000 1001 5 Jan  1 2020 f;1577836800\n"},
-    {"NetWareBracket",
-     {"f", "- [RWCEAFMS] 1 o 5 Jan  1  2020 f", regular(5)},
-     "-rw-r--r-- 1 1000 1001 5 Jan  1 2020 f;1577836800\n"},
+    {"NetWareNameOfThreeBlanks",
+     {"   ", "- [RWCEAFMS] 1 o 5 Jan  1  2020    ", regular(5)},
+     "-rw-r--r-- 1 1000 1001 5 Jan  1 2020    ;1577836800\n"},
+    {"SizeThatIsNoNumberWhereTheServerTellsNone",
+     {"f", "-rw-r--r-- 1 o g 4K Jan  1  2020 f", untold()},
+     "---------- 1 0 0 0 Jan  1 1970 f\n"},
     {"DeviceNumbersInsteadOfASize",
      {"null", "crw-rw-rw- 1 0 0 1, 3 Jan  1  2020 null", {kAll, 0, 0, 0, 0020666, kTime, kTime}},
      "crw-rw-rw- 1 0 0 0 Jan  1 2020 null;1577836800\n"},

@@ -1,25 +1,18 @@
-// One directory entry of an SFTP server as one line of a listing, in the form that the LIST parsers read.
+// One directory entry of an SFTP server as one line of a listing, in the form that the LIST parser reads.
 // Pure functions of text, safe from any thread.
 //
 // The line is the server's long name, `ls -l` style, with `;` and the modification time in seconds set behind
-// the file name: the parser cuts the time off at the last `;`, so every time is exact and a `;` in the name
-// stays there. A long name in which the parser would not find exactly this entry (missing, another form,
-// another name or size) gives way to a line made from the attributes.
+// the file name. The parser takes what stands behind the last `;` for the time, so every time is exact and a
+// `;` in the name stays there. Where the LIST parser does not find exactly this entry in the long name
+// (missing, another form, another name or size), the line is made from the attributes.
 #pragma once
 
 #include <string_view>
 
 #include "transport/byte_sink.h"
-#include "transport/sftp/sftp_attributes.h"
+#include "transport/sftp/sftp_entry.h"
 
 namespace ftp_plugin {
-
-/// What the server sent about one entry. The texts need live only for the call.
-struct sftp_entry {
-  std::string_view name;
-  std::string_view long_name;  ///< may be empty
-  sftp_attributes attributes;  ///< of the entry itself; a link is not followed
-};
 
 /// Whether the name can stand in a line at all. One that holds a line feed would be cut in two, and the
 /// second half could pass for an entry of its own; one that holds a NUL byte would end the whole listing.
