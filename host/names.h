@@ -14,7 +14,7 @@ namespace ftp_host {
 /// \xHH, C1 controls and the characters that turn the writing direction as \uHHHH, and "\" as "\\".
 [[nodiscard]] std::string escape_for_terminal(std::string_view text);
 
-/// Valid UTF-8: every byte that is none becomes U+FFFD.
+/// `text` with U+FFFD for every byte that belongs to no character of UTF-8.
 [[nodiscard]] std::string make_valid_utf8(std::string_view text);
 
 }  // namespace ftp_host

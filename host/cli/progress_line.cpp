@@ -1,8 +1,8 @@
 #include "host/cli/progress_line.h"
 
 #include <fmt/format.h>
+#include <utf8cpp/utf8.h>
 
-#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -16,17 +16,20 @@ constexpr std::chrono::seconds kWindow{5};
 constexpr std::chrono::seconds kLongWork{1};
 constexpr std::chrono::milliseconds kRefresh{200};
 
-std::size_t columns(std::string_view text) {  // one per character: bytes that do not continue one
-  return static_cast<std::size_t>(std::count_if(
-      text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0u) != 0x80u; }));
+/// One per character. `text` is UTF-8.
+std::size_t columns(std::string_view text) {
+  return static_cast<std::size_t>(utf8::unchecked::distance(text.begin(), text.end()));
 }
 
+/// The end of `text`, since the end of a path says more than its beginning.
 std::string shortened(std::string_view text, std::size_t width) {
-  if (columns(text) <= width) return std::string{text};
-  if (width < 4) return {};
-  std::size_t cut = 0;  // the end of a path says more than its beginning
-  while (columns(text.substr(cut)) > width - 3) ++cut;
-  return "..." + std::string{text.substr(cut)};
+  constexpr std::string_view kDots = "...";
+  const std::size_t whole = columns(text);
+  if (whole <= width) return std::string{text};
+  if (width <= kDots.size()) return {};
+  auto start = text.begin();
+  utf8::unchecked::advance(start, whole - (width - kDots.size()));
+  return std::string{kDots}.append(start, text.end());
 }
 
 /// The files under way; with the share of each where it says more than that of the whole job.

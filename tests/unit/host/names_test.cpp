@@ -37,10 +37,17 @@ INSTANTIATE_TEST_SUITE_P(, Escape,
                                          EscapeCase{"OverlongForm", "\xC0\xAF", "\\xC0\\xAF"},
                                          EscapeCase{"Surrogate", "\xED\xA0\x80", "\\xED\\xA0\\x80"},
                                          EscapeCase{"CutSequence", "\xE2\x82", "\\xE2\\x82"},
+                                         EscapeCase{"ForeignBytesAmongCharacters", "\xC3\xA9\xFF\xFE\xC3\xA9",
+                                                    "\xC3\xA9\\xFF\\xFE\xC3\xA9"},
+                                         EscapeCase{"NoncharactersAreText", "\xEF\xBF\xBE", "\xEF\xBF\xBE"},
                                          EscapeCase{"BackslashIsDoubled", "a\\x41", "a\\\\x41"}),
                          [](const auto& row) { return row.param.label; });
 
-TEST(ValidUtf8, ReplacesForeignBytes) { EXPECT_EQ(make_valid_utf8("caf\xE9!"), "caf\xEF\xBF\xBD!"); }
+TEST(ValidUtf8, ReplacesEachForeignByte) {
+  EXPECT_EQ(make_valid_utf8("caf\xE9!"), "caf\xEF\xBF\xBD!");
+  EXPECT_EQ(make_valid_utf8("\xE2\x82"), "\xEF\xBF\xBD\xEF\xBF\xBD");
+  EXPECT_EQ(make_valid_utf8("\xC3\xA9"), "\xC3\xA9");
+}
 
 }  // namespace
 }  // namespace ftp_host
