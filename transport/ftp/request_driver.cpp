@@ -88,6 +88,7 @@ int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_
   if (type == CURLINFO_HEADER_OUT) {
     driver.reply_is_due_ = true;
     driver.bytes_.take_command({data, size}, control);
+    driver.answer_.take_command({data, size});
     driver.asked_for_private_data_ = std::string_view{data, size}.starts_with("PROT P");
   }
   if (type == CURLINFO_HEADER_IN) {
@@ -105,6 +106,7 @@ int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_
       driver.replies_.take_line(line, header_size);
     }
     driver.bytes_.take_line(line, control);
+    driver.answer_.take_line(line);
     if (driver.asked_for_private_data_) driver.data_is_private_ = line.starts_with('2');
   }
   return CURLDebug(curl, type, data, size, nullptr);
@@ -112,7 +114,7 @@ int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_
 
 std::size_t request_driver::take_header(char*, std::size_t size, std::size_t count, void* self) noexcept {
   const auto& driver = *static_cast<request_driver*>(self);
-  return driver.reply_came_first_ || driver.is_out_of_step() ? 0 : size * count;
+  return driver.reply_came_first_ || driver.is_out_of_step() || driver.answer_.is_wrong() ? 0 : size * count;
 }
 
 curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
@@ -161,6 +163,7 @@ CURLcode request_driver::run(CURL* curl) {
   if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
   encrypted_from_the_start_ = begins_with_tls(curl);
   replies_.begin();
+  answer_.begin();
   bytes_.begin_request();
   reply_is_due_ = false;
   reply_came_first_ = false;
@@ -199,10 +202,10 @@ CURLcode request_driver::perform(CURL* curl) {
     result = run(curl);
   }
   // Pinned by Upload.ASecondReplyIsNotTakenForTheSizeThatTheServerHas.
-  if (has_unasked_reply() || is_out_of_step()) close_connections(curl);
+  if (has_unasked_reply() || is_out_of_step() || answer_.is_wrong()) close_connections(curl);
   // A write error is how take_header() ends a request.
   // Pinned by Move.ASecondReplyToTheSourceIsNoAnswerToTheTarget.
-  if (is_out_of_step() && (result == CURLE_OK || result == CURLE_WRITE_ERROR))
+  if ((is_out_of_step() || answer_.is_wrong()) && (result == CURLE_OK || result == CURLE_WRITE_ERROR))
     return CURLE_WEIRD_SERVER_REPLY;
   return result;
 }

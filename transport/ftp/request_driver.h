@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/pinned.h"
+#include "transport/ftp/answer_class.h"
 #include "transport/ftp/byte_account.h"
 #include "transport/ftp/reply_account.h"
 
@@ -34,9 +35,9 @@ class request_driver : pinned {
   static int trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
 
   /// Runs the request configured on `curl`. Returns what curl_easy_perform would, but
-  /// CURLE_WEIRD_SERVER_REPLY for a success that rests on replies to other commands. The handle stays with
-  /// the multi handle afterwards, so that libcurl can still tell its open connection; which is closed when
-  /// the server has sent more than libcurl looked at.
+  /// CURLE_WEIRD_SERVER_REPLY for a success that rests on replies to other commands or is none. The handle
+  /// stays with the multi handle afterwards, so that libcurl can still tell its open connection; which is
+  /// closed when the server has sent more than libcurl looked at.
   CURLcode perform(CURL* curl);
 
   /// Whether libcurl still holds the control connection of the last request, and the server has neither
@@ -81,6 +82,7 @@ class request_driver : pinned {
   // Of the request that runs:
   bool encrypted_from_the_start_ = false;
   reply_account replies_;
+  answer_class answer_;
   bool reply_is_due_ = false;  // a command was sent, or a socket opened
   bool reply_came_first_ = false;
 };
