@@ -306,6 +306,19 @@ TEST_F(Listing, NoMatchingFilesIsAnEmptyListing) {
   EXPECT_THAT(list.files(), IsEmpty());
 }
 
+TEST_F(Listing, ARefusalForTheMomentIsNoEmptyListing) {
+  connected();
+  server.on("MLSD").reply("450 Busy.").times(2);
+  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), FAILED);
+  EXPECT_THAT(log.lines_with("8 [PROTOCOL"),
+              ElementsAre("8 [PROTOCOL  ] read_dir id: [/docs] , exec error: [8]"));
+  _FS_FILE_V2 folder;
+  folder.attr = FS_ATTR_DIRECTORY;
+  EXPECT_EQ(protocol->GetFileInfo("/docs/sub", &folder, nullptr), FAILED);
+  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
+  EXPECT_EQ(list.files().size(), 3u);
+}
+
 TEST_F(Listing, AVxWorksServerIsRecognisedOnceAndForAll) {
   server.lacks("MLST");
   server.set_list("/docs",

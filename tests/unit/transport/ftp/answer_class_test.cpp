@@ -36,6 +36,14 @@ TEST(AnswerClass, OnlyTheFirstHalfOfARenamingWantsMore) {
   EXPECT_TRUE(is_wrong("RNTO a\r\n", {"350 To what?\r\n"}));
 }
 
+TEST(AnswerClass, AListingOfFactsIsNotEmptyBecauseTheServerIsBusy) {
+  EXPECT_TRUE(is_wrong("MLSD a\r\n", {"450 Busy.\r\n"}));
+  EXPECT_TRUE(is_wrong("MLSD\r\n", {"450-Busy\r\n", "450 for a while.\r\n"}));
+  EXPECT_FALSE(is_wrong("MLSD a\r\n", {"150 Here.\r\n", "450 Broken off.\r\n"}));
+  EXPECT_FALSE(is_wrong("MLSD a\r\n", {"550 No.\r\n"}));
+  EXPECT_FALSE(is_wrong("LIST\r\n", {"450 No files.\r\n"}));
+}
+
 TEST(AnswerClass, OtherCommandsAreNotJudged) {
   EXPECT_FALSE(is_wrong("USER a\r\n", {"331 And?\r\n"}));
   EXPECT_FALSE(is_wrong("RETR a\r\n", {"150 Here.\r\n", "226 Done.\r\n"}));
