@@ -23,7 +23,7 @@ std::string link_path(const char* directory, const std::string& name) {
 bool parse_basic_line(std::string_view line, const basic_line_context& context, _FS_FILE_V2& record) {
   constexpr std::size_t kLongest = std::numeric_limits<int>::max();
   struct ftpparse parsed;
-  ftpparse(&parsed, line.data(), static_cast<int>(std::min(line.size(), kLongest)), context.clock);
+  (void)ftpparse(&parsed, line.data(), static_cast<int>(std::min(line.size(), kLongest)), context.clock);
   if (parsed.name == nullptr) return false;
 
   std::string_view name{parsed.name, static_cast<std::size_t>(parsed.namelen)};

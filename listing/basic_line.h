@@ -1,6 +1,6 @@
 // One line of a LIST reply, in any layout of ftpparse.h, to one record. Also the lines of an SFTP listing,
-// which may carry their exact time behind the name. Knows no connection: following a symbolic link is the
-// caller's.
+// which may carry their exact time behind the name. Knows no connection: the caller hands in what follows a
+// symbolic link.
 #pragma once
 
 #include <functional>
@@ -28,6 +28,7 @@ struct basic_line_context {
 /// Fills name, size, attribute and the three time texts.
 /// `line`   without line end.
 /// Returns  false, with `record` untouched, when no layout fits.
-bool parse_basic_line(std::string_view line, const basic_line_context& context, _FS_FILE_V2& record);
+[[nodiscard]] bool parse_basic_line(std::string_view line, const basic_line_context& context,
+                                    _FS_FILE_V2& record);
 
 }  // namespace ftp_plugin

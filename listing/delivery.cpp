@@ -31,7 +31,7 @@ void clear(_FS_FILE_V2& record) {
 void parse_list_line(std::string_view line, bool first, const listing_context& context,
                      const basic_line_context& basic, _FS_FILE_V2& record) {
   if (context.vxworks_server.load(std::memory_order_relaxed)) {
-    parse_vxworks_line(line, record);
+    (void)parse_vxworks_line(line, record);  // a line without a name is delivered as well
     return;
   }
   if (parse_basic_line(line, basic, record) || !first) return;

@@ -1,5 +1,5 @@
-// The road from the text of a reply to the records that the host receives: cut into lines, parse, convert the
-// name, build the identifier, hand over, look one name up. Knows no connection.
+// The pipeline from the text of a reply to the records that the host receives: cut into lines, parse, convert
+// the name, build the identifier, hand over, look one name up. Knows no connection.
 #pragma once
 
 #include <atomic>
@@ -30,18 +30,19 @@ struct listing_context {
 };
 
 /// Delivers `text`, line by line and in its order; does nothing when neither a list nor a name is given.
-/// Every line makes one record: one that no parser understands comes as a record with an empty name and
-/// attribute 0, the lines "." and ".." like any other. A look-up ends the listing at the first line whose raw
-/// name (in the server's bytes) equals `find_name`; that line is delivered, later ones are not. When none
-/// does,
-/// `*found` stays as it was.
+/// Every line makes one record, the lines "." and ".." as well; a line that no parser understands makes a
+/// record with an empty name and attribute 0. A look-up ends the listing at the first line whose raw name (in
+/// the server's bytes) equals `find_name`: that line is delivered, later ones are not. `*found` stays as it
+/// was when no name is equal.
 /// `text`   NUL-terminated; the listing ends there.
 /// Errors   none of its own. What the host's AddFile throws passes through.
-/// Threads  any, also several on one `vxworks_server` flag. Does not return where is_vxworks_server does not.
+/// Threads  any; several may share one `vxworks_server` flag. Where is_vxworks_server does not return, this
+///          does not either.
 void deliver_listing(const char* text, const listing_context& context);
 
-/// `convert` answers the name in UTF-8, or nothing when it must stay as it is. A name is also left alone when
-/// `convert` throws; that is logged.
+/// Puts what `convert` makes of the record's name in its place.
+/// `convert`  takes the name and returns it in UTF-8, or nothing when it must stay as it is. When it throws,
+///            the name stays as well, and a line in the log tells.
 template <class Convert>
 void convert_record_name(_FS_FILE_V2& record, Convert&& convert) noexcept;
 

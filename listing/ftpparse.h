@@ -1,7 +1,7 @@
 // One line of an FTP LIST reply, in whatever layout the server speaks: EPLF, UNIX `ls -l` with its NetWare
 // and NetPresenz relatives, MultiNet/VMS, MS-DOS/Windows. A function of the line's bytes and, where the
-// listing leaves the year out, of the clock. Allocates nothing, reports no error but "not understood", keeps
-// no line. Safe from any thread.
+// listing leaves the year out, of the clock. Allocates nothing and keeps no line; the one error is "not
+// understood". Safe from any thread.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +34,8 @@ struct ftpparse {
 /// `clock`  decides years that the line leaves out; null means the machine's clock, asked when needed.
 /// Returns  1 when the line was understood; 0 when not, with fp->name null. The other fields of a line that
 ///          was not understood mean nothing.
-int ftpparse(struct ftpparse* fp, const char* buf, int len, const list_clock* clock = nullptr) noexcept;
+[[nodiscard]] int ftpparse(struct ftpparse* fp, const char* buf, int len,
+                           const list_clock* clock = nullptr) noexcept;
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif

@@ -21,7 +21,7 @@ constexpr std::int64_t kAnchorDay = 11017;
 constexpr std::int64_t kPlausibleAge = 350 * kSecondsPerDay;
 constexpr int kYearsTried = 100;
 
-/// A value that every thread may compute for itself: whoever comes first, all store the same.
+/// A value that is computed at its first use. Threads that come at the same time all compute and store it.
 class once_only {
  public:
   template <class Compute>
@@ -38,7 +38,7 @@ class once_only {
   std::atomic<std::int64_t> value_{0};
 };
 
-// flagneedbase/base and flagneedcurrentyear/currentyear: set once, never reset.
+// Computed once, never forgotten.
 constinit once_only base;
 constinit once_only currentyear;
 
@@ -64,10 +64,9 @@ std::int64_t totai(std::int64_t year, std::int64_t month, std::int64_t mday) noe
   const std::int64_t tenths = wrapping_add(wrapping_mul(wrapping_sub(mday, 1), 10), 5);
   std::int64_t day = wrapping_add(tenths, wrapping_mul(306, month)) / 10;
 
-  // 29 February closes its four years. Kept on purpose: asked for in a year without one it is the last one
-  // before
-  // ("Feb 29  2019" is 2016-02-29), where a calendar would say 1 March. A host that compares times would see
-  // such files change. Pinned by Totai.TakesTheLeapDayOfAYearWithoutOneForTheLastThereWas.
+  // 29 February is the last day of its four years. Kept on purpose: in a year that has none it stands for the
+  // one before ("Feb 29  2019" is 2016-02-29), where a calendar would say 1 March. A host that compares times
+  // would see such files change. Pinned by Totai.TakesTheLeapDayOfAYearWithoutOneForTheLastThereWas.
   if (day == kDaysPerYear) {
     year = wrapping_sub(year, 3);
     day = kDaysPer4Years - 1;

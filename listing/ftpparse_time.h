@@ -1,38 +1,45 @@
-// Calendar arithmetic of the LIST line parser: a date as a count of seconds, and the year that a listing
-// leaves out. A listed wall-clock time is taken as UTC. Safe from any thread: what is computed once is kept
-// in atomics, and two first calls at the same time store the same values.
+// Calendar arithmetic of the LIST line parser: turns a date into a number of seconds, and guesses the year of
+// a date that is listed without one. A listed time of day counts as UTC.
+//
+// The functions count seconds from a day of their own ("the count of totai"); list_base() turns such a count
+// into seconds since 1970-01-01T00:00:00Z. Safe from any thread: a value that is kept between calls is an
+// atomic, and threads that compute it at the same time store the same one.
 #pragma once
 
 #include <cstdint>
 
 namespace ftp_plugin {
 
-/// The seconds of midnight of a day in the parser's own count. `month` is 0 for January; no argument is
-/// checked, a day or month outside the calendar runs on into its neighbours. Wraps at 64 bits.
+/// The beginning of a day.
+/// `month`    0 for January.
+/// Returns    its seconds in the count of totai. No argument is checked: day 32 is the first day of the next
+///            month, and the like. The result wraps at 64 bits.
 [[nodiscard]] std::int64_t totai(std::int64_t year, std::int64_t month, std::int64_t mday) noexcept;
 
-/// The year that holds the second `count` of the parser's own count: totai the other way round.
+/// The reverse of totai: the year in which the second `count` lies.
 [[nodiscard]] std::int64_t year_of(std::int64_t count) noexcept;
 
-/// What is added to a count of totai to get seconds since 1970-01-01. Computed once per process.
+/// What has to be added to a count of totai for seconds since 1970-01-01T00:00:00Z. Computed once per
+/// process.
 [[nodiscard]] std::int64_t list_base() noexcept;
 
-/// What a guess of the year rests on. Tests pass one of their own to stand still in time.
+/// The moment from which the year of a date is guessed. Tests pass a fixed one.
 struct list_clock {
-  std::int64_t now;          ///< the present, in the count of totai
-  std::int64_t currentyear;  ///< the year to start from
+  std::int64_t now;          ///< in the count of totai
+  std::int64_t currentyear;  ///< a calendar year; the guess begins one year earlier
 };
 
-/// The clock of the machine. `now` is read anew each time. `currentyear` is the year of the process's first
-/// call: a process that runs over New Year keeps it.
+/// The present: `now` is the machine's clock at each call, `currentyear` the year at the first call of the
+/// process. A process that runs on into the next year keeps the old one.
 [[nodiscard]] list_clock system_list_clock() noexcept;
 
-/// The clock as it would read at `seconds` since 1970-01-01 in a process started then.
+/// What system_list_clock returns at its first call, were that made `seconds` after 1970-01-01T00:00:00Z.
 [[nodiscard]] list_clock list_clock_at(std::int64_t seconds) noexcept;
 
-/// Midnight of `month`/`mday` in the most plausible year for a listing that leaves the year out: the first
-/// date, counted from last year on, that lies less than 350 days back or in the future. The last of 100 years
-/// when none does. In the count of totai.
+/// The beginning of the day `month`/`mday` in the year that a listing most likely means when it names none:
+/// of last year's date, this year's, and so on, the first that is less than 350 days old or still to come.
+/// After 100 years without one, the date in the last of them. In the count of totai. The first form takes
+/// system_list_clock().
 [[nodiscard]] std::int64_t guesstai(std::int64_t month, std::int64_t mday) noexcept;
 [[nodiscard]] std::int64_t guesstai(std::int64_t month, std::int64_t mday, const list_clock& clock) noexcept;
 

@@ -10,12 +10,12 @@ namespace ftp_plugin {
 
 /// Fills `record` with as many columns as `line` has; a column counts from its first byte on.
 /// `line`   ends at its first NUL byte, if it holds one.
-/// Returns  true when the name was reached. What was read before the line ended is set either way.
-bool parse_vxworks_line(std::string_view line, _FS_FILE_V2& record);
+/// Returns  whether the line has a name. What stands before that is set either way.
+[[nodiscard]] bool parse_vxworks_line(std::string_view line, _FS_FILE_V2& record);
 
-/// Tells whether `first_line` is the column header "size date time name", with any blanks between the words.
-/// Does not return when the line holds another word where one of the four is due, unless the project was
-/// configured with FTP_BOUNDED_HEADER_SCAN: then the answer is false.
+/// Whether `first_line` is the column header "size date time name", with any blanks between the words.
+/// Does not return when the line holds another word where one of the four is due. In a build that was
+/// configured with FTP_BOUNDED_HEADER_SCAN it returns false then.
 [[nodiscard]] bool is_vxworks_server(std::string_view first_line);
 
 }  // namespace ftp_plugin

@@ -16,7 +16,7 @@ constexpr int kAuthType = 4;
 constexpr int kManagerValueSize = 256;
 constexpr const char* kManagerKey = "ftp.dll_1.0.6.0";
 
-/// What the manager answers at construction; its result code is ignored.
+/// The text that the manager returns for our key; its result code is ignored.
 std::string ask_manager(IProtocolManager& manager) {
   char buffer[kManagerValueSize + 1] = {};  // one more: the text ends even if the manager filled it all
   int size = kManagerValueSize;

@@ -80,7 +80,7 @@ class Protocol : public IProtocol_V2 {
   std::deque<std::string> charset_names;    // filled at construction, not consulted afterwards
   std::string server_charset;               // stays empty: the encoding of the current locale
   IProtocolManager* manager;                // may be null
-  std::string manager_value;                // what the manager answered at construction
+  std::string manager_value;                // what the manager returned at construction
   std::int32_t file_time_mode = 0;          // 1: MFMT sets times
 
   /// Whether the server speaks SFTP; else FTP or FTPS.
