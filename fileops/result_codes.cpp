@@ -29,7 +29,8 @@ AERROR read_result(CURLcode code) noexcept {
 
 AERROR create_result(CURLcode code) noexcept { return change_result(code, FOLDER_CREATION_FAILED); }
 
-// Kept on purpose: an upload that the host stopped is a failed write, where a stopped download is told apart.
+// Kept on purpose: an upload that the host stopped is a failed write, while a stopped download has a code of
+// its own.
 // Pinned by Upload.CancelledOnTheWayFailsAndDropsTheConnection.
 AERROR write_result(CURLcode code) noexcept { return change_result(code, FILE_WRITE_FAILED); }
 

@@ -8,8 +8,8 @@
 
 namespace ftp_plugin {
 
-/// Gives `path` (null is empty) the modification time `time`, a time text of which the clock time is sent as
-/// written. The server has to be able to: see can_set_times. A failure is FAILED.
+/// Gives `path` (null is empty) the modification time `time`: a time text, whose clock time is sent as it is
+/// written, without regard to its zone. Only where can_set_times says so. A failure is FAILED.
 /// Errors     what server_view::connected_pool throws; std::bad_alloc.
 [[nodiscard]] AERROR set_file_time(const server_view& server, const char* path, const std::string& time);
 

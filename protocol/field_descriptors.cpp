@@ -39,7 +39,7 @@ constexpr field kProxyFields[] = {
     {"proxy_password", "password", "Password", nullptr, false},
 };
 
-/// Appends a group. `optional` is text and no boolean: that is what hosts read there.
+/// Appends a group. Its `optional` is a text, which hosts expect there, and no boolean.
 template <std::size_t N>
 void add_group(JsonObject& document, const char* name, const char* default_visible, const char* optional,
                const field (&fields)[N]) {
@@ -100,9 +100,10 @@ std::string opt_fields_text() {
 AERROR write_text(const std::string& text, char* buffer, int* size) noexcept {
   const std::size_t length = text.size();
   const auto capacity = static_cast<std::uint64_t>(static_cast<std::int64_t>(*size));
-  // Kept on purpose: a size equal to the length is enough although the terminating zero then lands one byte
-  // behind it, and a negative size, compared as unsigned, always is. Hosts that state the length alone rely
-  // on it. Pinned by WriteText.AcceptsASizeWithoutRoomForTheZero and WriteText.TakesANegativeSizeAsUnlimited.
+  // Kept on purpose: a size equal to the length is enough, although the terminating zero is then written one
+  // byte behind it; hosts that state the length alone rely on that. A negative size is compared as unsigned
+  // and is always enough. Pinned by WriteText.AcceptsASizeWithoutRoomForTheZero and
+  // WriteText.TakesANegativeSizeAsUnlimited.
   if (capacity < length) {
     *size = static_cast<int>(length + 1);
     return INSUFFICIENT_BUFFER;

@@ -12,12 +12,11 @@ namespace ftp_plugin {
 /// Calls `apply` with the key and the "value" of every field of `document`, group by group, in order. The
 /// value is null when the field has none, and lives for the call only. `document` may be null.
 ///
-/// A document is taken for what can be read of it: the walk ends, without an error, where it meets something
-/// that is not of the expected shape or where `apply` throws (the conversions of JsonObject do so for a value
-/// of the wrong kind), and everything before that point has been applied; a line in the log under the name
-/// `operation` tells why. Text that is no JSON holds no field. Groups without "data" and elements of "data"
-/// without a key hold no field either; the walk goes on behind them. Of an element with several members only
-/// the first key counts.
+/// What can be read of a document counts. The walk ends at the first thing that has another shape, or where
+/// `apply` throws, as the conversions of JsonObject do for a value of the wrong kind. That is no error: the
+/// fields before it have been applied, and a line in the log under the name `operation` tells why. Text that
+/// is no JSON holds no field. The walk passes over groups without "data" and elements of "data" without a
+/// key. Of an element with several members only the first counts.
 void for_each_form_value(
     const char* operation, const char* document,
     const std::function<void(const std::string& key, JsonObject& value)>& apply) noexcept;

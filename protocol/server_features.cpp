@@ -47,8 +47,8 @@ int Protocol::SetFileTimeSupportMode() {
 }
 
 int Protocol::GetFeature() {
-  // Kept on purpose: where the host never said whose times count, FTP counts the server's and SFTP the local
-  // ones. Pinned by Login.FeaturesTellServerTimesUnlessLocalOnesAreWanted.
+  // Kept on purpose: where the host never said whose times count, they are the server's on FTP and the local
+  // ones on SFTP. Pinned by Login.FeaturesTellServerTimesUnlessLocalOnesAreWanted.
   return no_throw("GetFeature", kAlways | kCannotSetTimes, [&] {
     if (is_sftp()) {
       const bool server_times = setting_is(options, key::use_local_timestamp, "false");
