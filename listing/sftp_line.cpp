@@ -144,9 +144,10 @@ void append_listing_line(byte_vector& listing, const sftp_entry& entry) {
     append(listing, columns_from_attributes(entry));
     append(listing, entry.name);
   }
-  // A server that sends no times leaves the long name's own, unless a `;` in the name would be taken for it.
+  // A server that sends no times leaves the long name's own, unless the reader of the line would take a `;`
+  // in the name for one, or a carriage return at its end for a part of the line's end.
   const bool timed = has(entry.attributes, kSftpHasTimes);
-  if (timed || entry.name.find(';') != std::string_view::npos) {
+  if (timed || entry.name.find(';') != std::string_view::npos || entry.name.ends_with('\r')) {
     append(listing, ";");
     append(listing, std::to_string(timed ? entry.attributes.mtime : 0));
   }
