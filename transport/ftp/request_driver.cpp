@@ -112,9 +112,11 @@ int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_
   return CURLDebug(curl, type, data, size, nullptr);
 }
 
-std::size_t request_driver::take_header(char*, std::size_t size, std::size_t count, void* self) noexcept {
+std::size_t request_driver::take_header(char* line, std::size_t size, std::size_t count,
+                                        void* self) noexcept {
   const auto& driver = *static_cast<request_driver*>(self);
-  return driver.reply_came_first_ || driver.is_out_of_step() || driver.answer_.is_wrong() ? 0 : size * count;
+  if (driver.reply_came_first_ || driver.is_out_of_step() || driver.answer_.is_wrong()) return 0;
+  return driver.copy_ == nullptr ? size * count : write_vector_char(line, size, count, driver.copy_);
 }
 
 curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/pinned.h"
+#include "transport/byte_sink.h"
 #include "transport/ftp/answer_class.h"
 #include "transport/ftp/byte_account.h"
 #include "transport/ftp/reply_account.h"
@@ -27,9 +28,13 @@ class request_driver : pinned {
   /// Makes the sockets of `curl` known here. Once per handle, before its first request.
   void prepare(CURL* curl);
 
-  /// Lets the replies that `curl` reads be watched: sets its debug and header functions. Behind the login's
-  /// options, and after a request that had a header function of its own.
+  /// Lets the replies that `curl` reads be watched: sets its debug and header functions, which nobody else
+  /// may set from then on. Behind the login's options.
   void watch_replies(CURL* curl) noexcept;
+
+  /// Appends each line of a reply to `copy` as well, until it is null again. No memory for one ends the
+  /// request with CURLE_WRITE_ERROR.
+  void copy_replies_to(byte_vector* copy) noexcept { copy_ = copy; }
 
   /// CURLDebug that watches replies as well.
   static int trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept;
@@ -79,6 +84,7 @@ class request_driver : pinned {
   bool asked_for_private_data_ = false;  // by the last command
   bool data_is_private_ = false;         // the server awaits TLS on data connections
   byte_account bytes_;                   // of the control connection
+  byte_vector* copy_ = nullptr;          // of the replies
   // Of the request that runs:
   bool encrypted_from_the_start_ = false;
   reply_account replies_;

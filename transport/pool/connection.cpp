@@ -165,10 +165,6 @@ void connection::leave_moved_folder(std::uint64_t moves) {
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
 }
 
-void connection::watch_replies() noexcept {
-  if (driver_ != nullptr) driver_->watch_replies(GETCURL());
-}
-
 void connection::forget_control() noexcept {
   if (driver_ != nullptr) driver_->close_connections(GETCURL());
 }

@@ -56,24 +56,26 @@ class connection : pinned {
   /// request. Its results are libcurl codes; it neither needs nor changes the handle.
   [[nodiscard]] sftp_channel& sftp() noexcept { return sftp_; }
 
-  /// After a request that had a header function of its own, see request_driver.
-  void watch_replies() noexcept;
-
   /// Makes the next request begin on a fresh control connection.
   void forget_control() noexcept;
+
+  [[nodiscard]] bool is_sftp() const noexcept { return server_.is_sftp(); }
+
+ private:
+  friend class lease;
+  friend class transfer;
 
   /// Goes back to the login directory when `moves`, the number of folders moved so far, has changed since the
   /// last call: the directory that this connection stands in may have another name now. To be called before
   /// the request's options are set.
   void leave_moved_folder(std::uint64_t moves);
 
-  /// Progress record of the upload that last ran here; stays set on the handle after the upload.
-  [[nodiscard]] progress_binding& upload_progress() noexcept { return upload_progress_; }
+  /// Lines of replies are appended to `copy` as well, until it is null again.
+  void copy_replies_to(byte_vector* copy) noexcept { driver_->copy_replies_to(copy); }
 
- private:
   server_settings server_;
   sftp_channel sftp_{server_};
-  progress_binding upload_progress_{};
+  progress_binding upload_progress_{};  // of the last upload; stays set on the handle
   std::uint64_t folder_moves_ = 0;
   std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver
   std::shared_ptr<CURLLogger> curl_;
