@@ -34,12 +34,18 @@ changed_entry upload(const server_view& server, const char* path, std::shared_pt
 
   command_list commands;
   if (!server.is_sftp) add(commands, "TYPE I");
-  _RAREADCTX context{0, std::move(handle), cache, static_cast<std::uint64_t>(file.size)};
+  _RAREADCTX context;
+  context.handle = std::move(handle);
+  context.cache = cache;
+  context.size = static_cast<std::uint64_t>(file.size);
   // The progress pair stays set on the handle, so its record belongs to the connection.
   con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
   transfer request{con};
-  if (server.is_sftp)
-    request.set(CURLOPT_UPLOAD_BUFFERSIZE, upload_buffer_size(server.speed_limit), kDefaultUploadBuffer);
+  if (server.is_sftp) {
+    const long block = upload_buffer_size(server.speed_limit);
+    request.set(CURLOPT_UPLOAD_BUFFERSIZE, block, kDefaultUploadBuffer);
+    context.block = static_cast<std::uint64_t>(block);
+  }
   CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
                       .set(CURLOPT_URL, url.c_str(), nullptr)
                       .set(CURLOPT_UPLOAD, 1L, 0L)
@@ -52,6 +58,7 @@ changed_entry upload(const server_view& server, const char* path, std::shared_pt
                       .run();
   con.upload_progress() = {};  // the host's context may end with this call
   // libcurl compares the lengths on FTP only; a part of a file is no stored file on SFTP either.
+  if (code == CURLE_OK) ask_for_an_empty_file(context);
   const bool whole = file.size < 0 || context.offset == context.size;  // below 0: of unknown size
   if (code == CURLE_OK && !whole) code = CURLE_PARTIAL_FILE;
   if (code != CURLE_OK) return fail(code);
