@@ -9,6 +9,7 @@
 #include "transport/one_line.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
+#include "transport/sftp/sftp_buffers.h"
 
 namespace ftp_plugin {
 
@@ -25,7 +26,11 @@ changed_entry upload(const server_view& server, const char* path, std::shared_pt
 
   lease borrowed{server.connected_pool()};
   if (!borrowed) return {FAILED, {}};
-  _RAREADCTX context{0, std::move(handle), cache, static_cast<std::uint64_t>(file.size)};
+  _RAREADCTX context;
+  context.handle = std::move(handle);
+  context.cache = cache;
+  context.size = static_cast<std::uint64_t>(file.size);
+  if (server.is_sftp) context.block = static_cast<std::uint64_t>(upload_buffer_size(server.speed_limit));
   CURLcode code = transfer{*borrowed}
                       .set(CURLOPT_URL, request_url(server, *borrowed, id.c_str()).c_str(), nullptr)
                       .upload(file.size, server.speed_limit)
@@ -34,6 +39,7 @@ changed_entry upload(const server_view& server, const char* path, std::shared_pt
                       .report_upload(context.handle.get())
                       .run();
   // libcurl compares the lengths on FTP only; a part of a file is no stored file on SFTP either.
+  if (code == CURLE_OK) ask_for_an_empty_file(context);
   const bool whole = file.size < 0 || context.offset == context.size;  // below 0: of unknown size
   if (code == CURLE_OK && !whole) code = CURLE_PARTIAL_FILE;
   if (code != CURLE_OK) return fail(code);

@@ -12,6 +12,8 @@
 #include "boundary/abi/error_codes.h"
 #include "common/pinned.h"
 #include "transport/ftp/request_driver.h"
+#include "transport/piece_taker.h"
+#include "transport/pool/file_range.h"
 #include "transport/request/curl_logger.h"
 #include "transport/request/progress.h"
 #include "transport/server_settings.h"
@@ -45,6 +47,13 @@ class connection : pinned {
   /// The second argument is ignored. CURLE_FAILED_INIT without a handle.
   [[nodiscard]] CURLcode exec(long connect_timeout, bool ignored);
 
+  // connection_read.cpp
+  /// Hands the bytes of `range` to `taker`, fewer where the file ends before the range does. Repeated under
+  /// the one repeat rule. Undoes what it set on the handle, but for the speed limit, which the caller sets.
+  /// Returns what a ranged download of libcurl's would; CURLE_WRITE_ERROR for a stop by the host. An early
+  /// end costs an FTP login only where the server or the road does not allow for it.
+  [[nodiscard]] CURLcode read(const file_range& range, piece_taker& taker);
+
   /// Sends "QUIT" to an FTP server over the control connection that is open, and waits at most 10 s for the
   /// answer. Sends nothing when libcurl holds none any more, and nothing on SFTP.
   void quit();
@@ -73,10 +82,22 @@ class connection : pinned {
   /// Lines of replies are appended to `copy` as well, until it is null again.
   void copy_replies_to(byte_vector* copy) noexcept { driver_->copy_replies_to(copy); }
 
+  /// What every request begins with: a control connection that is in step, and the options that all share.
+  void begin_request(long connect_timeout);
+  /// What every request ends with, while its URL is still set.
+  void end_request();
+
+  // connection_read.cpp
+  [[nodiscard]] bool can_end_early(const std::string& url) const;
+  [[nodiscard]] CURLcode read_piece(const file_range& range, piece_taker& taker);
+  [[nodiscard]] CURLcode read_libcurl_range(const file_range& range, piece_taker& taker);
+
   server_settings server_;
   sftp_channel sftp_{server_};
   progress_binding upload_progress_{};  // of the last upload; stays set on the handle
   std::uint64_t folder_moves_ = 0;
+  bool tls_may_just_end_ = false;           // the TLS of this connection's libcurl
+  bool server_tells_of_ends_ = true;        // that come early; some servers do not always
   std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver
   std::shared_ptr<CURLLogger> curl_;
 };

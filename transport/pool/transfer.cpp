@@ -1,23 +1,13 @@
 #include "transport/pool/transfer.h"
 
-#include "common/string_format.h"
 #include "transport/ftp/ftp_buffers.h"
 #include "transport/limits.h"
+#include "transport/pool/file_range.h"
 #include "transport/request/curl_callbacks.h"
 #include "transport/retry.h"
 #include "transport/sftp/sftp_buffers.h"
 
 namespace ftp_plugin {
-namespace {
-
-/// The range as libcurl takes it, both ends inclusive.
-std::string range_text(long long offset, long long length) {
-  const auto first = static_cast<unsigned long long>(offset);
-  return string_format("%llu-%llu", first, first + static_cast<unsigned long long>(length) - 1);
-}
-
-}  // namespace
-
 transfer& transfer::send_before(const std::vector<std::string>& commands) {
   for (const std::string& command : commands) add(before_, command);
   return set(CURLOPT_QUOTE, before_.get(), nullptr);
@@ -41,7 +31,7 @@ transfer& transfer::download(long long offset, long long length, long long speed
       con_.is_sftp() ? download_buffer_size(length, speed_limit) : ftp_download_buffer_size(speed_limit);
   if (buffer != kDefaultDownloadBuffer) set(CURLOPT_BUFFERSIZE, buffer, kDefaultDownloadBuffer);
   return limit_speed(speed_limit)
-      .set(CURLOPT_RANGE, range_text(offset, length).c_str(), nullptr)
+      .set(CURLOPT_RANGE, range_text({{}, offset, length, speed_limit}).c_str(), nullptr)
       .set(CURLOPT_NOBODY, 0L, 0L);
 }
 
