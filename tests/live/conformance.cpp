@@ -83,7 +83,7 @@ class Script {
 
   std::string log_in() {
     if (!target_.options.empty()) {
-      protocol_->SetOpt("option_fields", fakes::option_document(target_.options).c_str());
+      (void)protocol_->SetOpt("option_fields", fakes::option_document(target_.options).c_str());
     }
     if (!target_.key_file.empty()) {
       settings_of(static_cast<ftp_plugin::Protocol&>(*protocol_.get()))["key_file"] = target_.key_file;
