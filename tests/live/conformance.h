@@ -1,6 +1,6 @@
-// One script that a server is put through, whatever it is and on whatever road: log in, list, look up, read,
-// upload, rename, move, create, delete, set a time, and once more after a pause. Every outcome is compared
-// with the server's disk.
+// One script that a server is put through, whatever it is and over whatever connection: log in, list, look
+// up, read, upload, rename, move, create, delete, set a time, and once more after a pause. Every outcome is
+// compared with the server's disk.
 #pragma once
 
 #include <filesystem>
