@@ -26,7 +26,7 @@ constexpr const char* kZones[] = {
 constexpr time_t kJan2020 = 1577836800;
 constexpr time_t kJuly2020 = 1593561600;
 
-/// The road of every seconds-to-text function, step by step.
+/// Every seconds-to-text function, step by step.
 std::string literal_text(time_t seconds) {
   tm local{};
   localtime_r(&seconds, &local);
