@@ -114,6 +114,9 @@ CURLcode connection::exec(long connect_timeout, bool) {
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
   const CURLcode code = driver_->perform(curl);
+  // Who has not answered for so long would not hear a goodbye either, and the answer may come yet.
+  // Pinned by Patience.EndsAfterTwoMinutesWithoutAGoodbye.
+  if (code == CURLE_OPERATION_TIMEDOUT) forget_control();
   if (!server_.is_sftp() && has_lost_login_directory(curl, server_.url)) forget_control();
   return code;
 }
