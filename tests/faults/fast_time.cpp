@@ -40,7 +40,8 @@ bool is_monotonic(clockid_t clock) {
 
 timespec shortened(const timespec& pause) {
   const std::int64_t whole = pause.tv_sec * kNanoseconds + pause.tv_nsec;
-  return {static_cast<time_t>(whole / factor / kNanoseconds), static_cast<long>(whole / factor % kNanoseconds)};
+  return {static_cast<time_t>(whole / factor / kNanoseconds),
+          static_cast<long>(whole / factor % kNanoseconds)};
 }
 
 }  // namespace

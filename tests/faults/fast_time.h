@@ -1,6 +1,6 @@
-// Lets time run faster for the calling thread, so that a test sees how long the plug-in and the libraries below
-// it wait for a silent server: two minutes pass in a second. Servers of the test, which have threads of their
-// own, keep the ordinary time.
+// Lets time run faster for the calling thread, so that a test sees how long the plug-in and the libraries
+// below it wait for a silent server: two minutes pass in a second. Servers of the test, which have threads of
+// their own, keep the ordinary time.
 //
 // Changed are the monotonic clocks and what sleeps or polls, for every caller in the process: a program that
 // is linked with fast_time.cpp takes these calls over from the C library. Nobody waits on a socket in another

@@ -1,4 +1,5 @@
-// How long a silent server is waited for, and what becomes of the connection on which its answer is still due.
+// How long a silent server is waited for, and what becomes of the connection on which its answer is still
+// due.
 #include <chrono>
 #include <string>
 
@@ -7,8 +8,8 @@
 
 namespace {
 
-using faults::FastTime;
 using fakes::Gate;
+using faults::FastTime;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::AllOf;
