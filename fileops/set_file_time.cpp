@@ -24,7 +24,7 @@ AERROR set_file_time(const server_view& server, const char* path, const std::str
   const CURLcode code = borrowed.run_commands({set_time_command(server_path, time)}, folder_effect::kNone);
   // Also after a refusal, which says nothing about the login.
   // Pinned by SetFileTime.ARefusalFailsAndKeepsTheConnection.
-  borrowed.give_back();
+  borrowed.give_back_if_answered(code);
   return code == CURLE_OK ? SUCCESS : fail(code);
 }
 

@@ -35,7 +35,7 @@ int Protocol::SetFileTimeSupportMode() {
     __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s SetFileTimeSupportMode exec error: [%d]",
              "SetFileTimeSupportMode", code);
   }
-  borrowed.give_back();
+  borrowed.give_back_if_answered(code);
   const std::string_view text{reply.data(), reply.size()};
   return code == CURLE_OK && text.find("MFMT") != std::string_view::npos ? 1 : 0;
 }

@@ -103,7 +103,7 @@ CURLcode connection::exec(long connect_timeout, bool) {
   if (curl == nullptr) return CURLE_FAILED_INIT;
   begin_request(connect_timeout);
   const CURLcode code = driver_->perform(curl);
-  end_request();
+  end_request(code);
   return code;
 }
 
@@ -125,7 +125,10 @@ void connection::begin_request(long connect_timeout) {
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
 }
 
-void connection::end_request() {
+void connection::end_request(CURLcode code) {
+  // Who has not answered for so long would not hear a goodbye either, and the answer may come yet.
+  // Pinned by Patience.EndsAfterTwoMinutesWithoutAGoodbye.
+  if (code == CURLE_OPERATION_TIMEDOUT) forget_control();
   if (!server_.is_sftp() && has_lost_login_directory(GETCURL(), server_.url)) forget_control();
 }
 

@@ -84,8 +84,8 @@ class connection : pinned {
 
   /// What every request begins with: a control connection that is in step, and the options that all share.
   void begin_request(long connect_timeout);
-  /// What every request ends with, while its URL is still set.
-  void end_request();
+  /// What every request ends with, while its URL is still set; `code` is its result.
+  void end_request(CURLcode code);
 
   // connection_read.cpp
   [[nodiscard]] bool can_end_early(const std::string& url) const;

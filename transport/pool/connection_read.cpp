@@ -62,7 +62,7 @@ CURLcode connection::read_piece(const file_range& range, piece_taker& taker) {
   const CURLcode code = download.take(range.length, taker);
   if (download.server_kept_silent()) server_tells_of_ends_ = false;
   curl_->SetSpeedLimit(0);  // a listing on the same connection is not held back by it
-  end_request();
+  end_request(code);
   return code;
 }
 

@@ -40,6 +40,13 @@ class lease : pinned {
   /// Once, after the last use of the connection: then others may hold it.
   void give_back() { pool_->push_con(std::move(con_)); }
 
+  /// The same behind a request that ended with `code`, if the server has answered it, be it with a refusal:
+  /// else an answer may come yet, which a later request would take for its own.
+  /// Pinned by Patience.WithAChangeOfTimesCostsTheConnection.
+  void give_back_if_answered(CURLcode code) {
+    if (code == CURLE_OK || code == CURLE_QUOTE_ERROR) give_back();
+  }
+
  private:
   std::shared_ptr<pool> pool_;
   std::shared_ptr<connection> con_;

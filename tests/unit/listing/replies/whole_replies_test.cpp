@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "listing/delivery.h"
+#include "tests/fakes/time_zone.h"
 #include "tests/unit/listing/utc.h"
 
 namespace ftp_plugin {
