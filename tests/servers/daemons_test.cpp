@@ -197,7 +197,7 @@ struct Started {
   char folder[256];
 };
 
-TEST(Daemon, EndsWithTheProgramThatStartedItHoweverThatDiesAndLeavesNothing) {
+TEST(Daemon, EndsWithTheProgramThatStartedItHoweverThatDies) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   const pid_t child = fork();

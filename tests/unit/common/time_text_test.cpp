@@ -113,7 +113,7 @@ TEST(TimeToRFC3339, AnswersSomeTextForInstantsBeyondAllCalendars) {
   }
 }
 
-TEST(TimeToRFC3339, TakesOneOfTheTwoInstantsOfARepeatedHourWithoutDaylightSaving) {
+TEST(TimeToRFC3339, TakesOneOfTheTwoInstantsOfARepeatedHour) {
   // Moscow put its clocks back by one hour on 2014-10-26, with standard time before and after.
   const ScopedTimeZone zone{"Europe/Moscow"};
   const std::string text = TimeToRFC3339(1414274400 + 900);

@@ -116,7 +116,7 @@ TEST_F(UploadContext, TheCacheIsAskedForAWholeBlockWhereLibcurlWantsTheRest) {
 TEST_F(UploadContext, TheRestInShortBlocksIsNoEnd) {
   cache.bytes = "0123";
   cache.most = 1;
-  for (const std::size_t left : {4, 3, 2, 1}) EXPECT_EQ(ask(1, left), 1U);
+  for (const std::size_t left : {4U, 3U, 2U, 1U}) EXPECT_EQ(ask(1, left), 1U);
   EXPECT_EQ(context.offset, 4U);
 }
 

@@ -34,7 +34,7 @@ class PoolOfConnections : public testing::Test {
   fakes::FtpServer server;
 };
 
-TEST_F(PoolOfConnections, AnUnreachableServerGivesAConnectionWithoutAHandleThatIsKeptAllTheSame) {
+TEST_F(PoolOfConnections, KeepsAConnectionToAnUnreachableServer) {
   server.stop();
   pool connections{settings()};
   std::shared_ptr<connection> con = connections.pop_con();
@@ -126,7 +126,7 @@ TEST_F(PoolOfConnections, ALeaseThatIsNotGivenBackIsDropped) {
   EXPECT_EQ(server.connections_seen(), 2U);
 }
 
-TEST_F(PoolOfConnections, AnOperationThatRunsOutOfMemoryDropsItsConnectionWithNothingHalfSet) {
+TEST_F(PoolOfConnections, DropsTheConnectionOfAnOperationWithoutMemory) {
   const auto connections = std::make_shared<pool>(settings());
   connections->push_con(connections->pop_con());
   const auto operation = [&] {
