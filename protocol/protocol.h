@@ -24,8 +24,8 @@ namespace ftp_plugin {
 
 class Protocol : public IProtocol_V2 {
  public:
-  /// `name` must not be null; `manager` may be.
-  Protocol(const char* name, IProtocolManager* manager);
+  /// `name` must not be null; `host_manager` may be.
+  Protocol(const char* name, IProtocolManager* host_manager);
 
   // clang-format off
   /*  1  protocol/protocol.cpp        */ void Release() override;
