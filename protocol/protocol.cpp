@@ -66,8 +66,7 @@ server_view Protocol::view() {
 
 AERROR Protocol::GetUserInfo(char* buffer, int* size) {
   return no_throw("GetUserInfo", FAILED, [&] {
-    const server_view server = view();
-    const std::string root = url_path(server.paths, std::string{server.url}, "");
+    const std::string root = full_path(std::string{view().url}, "");
     if (*size <= 0 || static_cast<std::size_t>(*size) <= root.size()) return INSUFFICIENT_BUFFER;
     std::memcpy(buffer, root.c_str(), root.size() + 1);
     return SUCCESS;

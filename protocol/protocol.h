@@ -57,11 +57,12 @@ class Protocol : public IProtocol_V2 {
   // clang-format on
 
   // What the exported functions of the same names forward to.
-  static int GetAuthType();
-  static AERROR GetAuthFields(char* buffer, int* size);
-  static AERROR GetOptFields(char* buffer, int* size);
+  [[nodiscard]] static int GetAuthType();
+  [[nodiscard]] static AERROR GetAuthFields(char* buffer, int* size);
+  [[nodiscard]] static AERROR GetOptFields(char* buffer, int* size);
 
   friend int do_print(unsigned int count, const char* const* names, void* data);
+  friend struct private_operations;  // lets a test call those that no slot calls
 
  protected:
   ~Protocol() = default;  // only through Release
@@ -98,11 +99,11 @@ class Protocol : public IProtocol_V2 {
   /// Stores the entries of the filled-in login document.
   void store_login_fields(const char* fields);
   /// Replaces the pool by one made of the present settings and logs in.
-  AERROR log_in(const char* log_format);
+  [[nodiscard]] AERROR log_in(const char* log_format);
 
   // protocol/server_features.cpp
   /// Asks the server for its features. Returns the new file_time_mode: 1 when it can set times, else 0.
-  int SetFileTimeSupportMode();
+  [[nodiscard]] int SetFileTimeSupportMode();
 
   // protocol/slots.cpp
   /// Has an entry that was made or moved read again into `file`, marked as `attr`. Returns the result of
@@ -114,9 +115,9 @@ class Protocol : public IProtocol_V2 {
   [[nodiscard]] std::string full_path(std::string base, const char* id);
   [[nodiscard]] std::string _encode(std::string name, bool convert);  ///< encode_name
   void ftpparse_mlsd(const std::string& line, _FS_FILE_V2* record);
-  bool ftpparse_vxworks(const std::string& line, const char* path_text, _FS_FILE_V2* record);
-  bool ftpparse_basic(const std::string& line, const char* path, _FS_FILE_V2* record);
-  bool is_vxworks_server(const char* first_line);
+  [[nodiscard]] bool ftpparse_vxworks(const std::string& line, const char* path_text, _FS_FILE_V2* record);
+  [[nodiscard]] bool ftpparse_basic(const std::string& line, const char* path, _FS_FILE_V2* record);
+  [[nodiscard]] bool is_vxworks_server(const char* first_line);
   /// Returns 0 or 1. `*data` stays as it is for an empty listing, else it is zero-terminated text that the
   /// caller frees with free(). `reserved` is not used.
   [[nodiscard]] int read_dir(const char* path, bool* is_mlsd, char** data, char** reserved);
