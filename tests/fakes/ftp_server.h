@@ -21,81 +21,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "tests/fakes/ftp_fault.h"
+#include "tests/fakes/ftp_gate.h"
+
 namespace fakes {
-
-/// How long a wait lasts before it gives up. Generous: only a failing test waits for so long.
-inline constexpr std::chrono::seconds kPatience{30};
-
-/// Holds the commands that arrive at it until open() lets them go; from then on it holds nothing.
-class Gate {
- public:
-  Gate();
-  void open();
-  /// Waits until `count` commands have arrived, the released ones included; false when kPatience is over.
-  [[nodiscard]] bool await_arrivals(std::size_t count);
-
-  struct State;
-  [[nodiscard]] const std::shared_ptr<State>& state() const { return state_; }
-
- private:
-  std::shared_ptr<State> state_;
-};
-
-class FtpServer;
-
-/// What the server does instead of, or around, the ordinary answer to a command. It takes effect when the
-/// statement that writes it ends. Of several for one command, the first that is not used up applies.
-class Fault {
- public:
-  Fault(const Fault&) = delete;
-  Fault& operator=(const Fault&) = delete;
-  ~Fault();
-
-  /// Answers with this text (the line end is added) and does not carry out the command.
-  Fault& reply(std::string text);
-  /// Sends these bytes, as they are, behind the reply.
-  Fault& extra(std::string bytes);
-  /// The same, once the gate is open: the client has read the reply by itself.
-  Fault& extra(std::string bytes, const Gate& gate);
-  Fault& delay(std::chrono::milliseconds pause);
-  /// Waits at the gate before anything else is done.
-  Fault& hold(const Gate& gate);
-  /// Closes the control connection instead of replying.
-  Fault& hang_up();
-  Fault& hang_up_after_reply();
-  /// Never answers; the connection stays until the client or the test ends it.
-  Fault& silence();
-  /// Keeps the connection after the reply to QUIT.
-  Fault& stay();
-
-  /// Ends the data after `count` bytes and reports success.
-  Fault& end_data_after(std::size_t count);
-  /// Resets the data connection after `count` bytes and reports 426.
-  Fault& break_data_after(std::size_t count);
-  /// Closes data and control connection after `count` bytes.
-  Fault& hang_up_after_data(std::size_t count);
-  /// Sends `count` bytes, then waits at the gate, then sends the rest.
-  Fault& hold_data_after(std::size_t count, const Gate& gate);
-  /// Sends this text, not "226 ...", when the data is through.
-  Fault& closing(std::string text);
-  /// Takes an upload, says 226 and loses it.
-  Fault& lose();
-
-  /// Applies to the first `count` matching commands only; without it, to all of them.
-  Fault& times(int count);
-  Fault& on_connection(int number);
-
-  struct Rule;
-
- private:
-  friend class FtpServer;
-  Fault(FtpServer& server, std::string pattern);
-
-  FtpServer& server_;
-  std::unique_ptr<Rule> rule_;
-};
 
 class FtpServer {
  public:
@@ -139,7 +71,7 @@ class FtpServer {
   void lacks(const std::string& feature);
   /// A fault for each command that begins with `pattern`, a verb alone or with the start of its argument,
   /// letter case ignored. "CONNECT" stands for the moment before the greeting.
-  [[nodiscard]] Fault on(std::string pattern) { return Fault{*this, std::move(pattern)}; }
+  [[nodiscard]] Fault on(std::string pattern) { return Fault{*state_, std::move(pattern)}; }
   void forget_faults();
 
   // What happened.
@@ -160,11 +92,8 @@ class FtpServer {
   /// Waits until every client has gone: the dialogue is complete then.
   [[nodiscard]] bool wait_until_idle() const;
 
-  struct Impl;
-
  private:
-  friend class Fault;
-  std::unique_ptr<Impl> impl_;
+  std::unique_ptr<FtpServerState> state_;
 };
 
 }  // namespace fakes
