@@ -10,6 +10,8 @@
 #include <fstream>
 #include <thread>
 
+#include "tests/fakes/bytes.h"
+
 namespace fakes {
 namespace {
 
@@ -50,17 +52,6 @@ Result curl(const std::vector<std::string>& arguments) {
   return result;
 }
 
-/// `size` bytes that differ from place to place.
-std::string pattern(std::size_t size) {
-  std::string bytes(size, '\0');
-  std::uint32_t state = 1;
-  for (char& byte : bytes) {
-    state = state * 1664525 + 1013904223;
-    byte = static_cast<char>(state >> 24);
-  }
-  return bytes;
-}
-
 /// A file that is gone after the test.
 class TemporaryFile {
  public:
@@ -82,7 +73,7 @@ class ScriptedServer : public testing::Test {
   ScriptedServer() {
     server.add_file("/docs/a.txt", "hello world");
     server.add_file("/docs/sub/b.txt", "b", "19991231235959");
-    server.add_file("/big.bin", pattern(3000000));
+    server.add_file("/big.bin", some_bytes(3000000));
   }
 
   FtpServer server;
@@ -129,7 +120,7 @@ TEST_F(ScriptedServer, SendsRawListingsAsTheyAre) {
 }
 
 TEST_F(ScriptedServer, ServesRanges) {
-  const std::string big = pattern(3000000);
+  const std::string big = some_bytes(3000000);
   EXPECT_EQ(curl({"--range", "1000000-1999999", server.url("/big.bin")}).output,
             big.substr(1000000, 1000000));
   ASSERT_TRUE(server.wait_until_idle());
@@ -154,9 +145,9 @@ TEST_F(ScriptedServer, ListensOnIpv6WhenAsked) {
 }
 
 TEST_F(ScriptedServer, TakesUploads) {
-  const TemporaryFile local{pattern(200000)};
+  const TemporaryFile local{some_bytes(200000)};
   EXPECT_EQ(curl({"--upload-file", local.name(), server.url("/docs/new.bin")}).code, 0);
-  EXPECT_EQ(server.file("/docs/new.bin"), pattern(200000));
+  EXPECT_EQ(server.file("/docs/new.bin"), some_bytes(200000));
   ASSERT_EQ(server.uploads().size(), 1u);
   EXPECT_EQ(server.uploads()[0].path, "/docs/new.bin");
   EXPECT_EQ(curl({"--upload-file", local.name(), server.url("/docs/sub")}).code, 25);
@@ -326,7 +317,7 @@ TEST_F(ScriptedServer, HoldsTheDataInTheMiddle) {
   EXPECT_EQ(server.open_connections(), 1u);
   gate.open();
   client.join();
-  EXPECT_EQ(result.output, pattern(3000000));
+  EXPECT_EQ(result.output, some_bytes(3000000));
 }
 
 TEST_F(ScriptedServer, EndsWhateverItIsDoingWhenItStops) {

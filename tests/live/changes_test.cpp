@@ -14,13 +14,14 @@
 #include <thread>
 #include <vector>
 
+#include "tests/fakes/bytes.h"
 #include "tests/live/session.h"
 #include "tests/servers/ftp_servers.h"
 
 namespace {
 
+using fakes::some_bytes;
 using live::Session;
-using live::some_bytes;
 using live::time_text;
 using servers::Daemon;
 using servers::Server;

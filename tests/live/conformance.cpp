@@ -17,6 +17,7 @@
 #include <thread>
 
 #include "protocol/protocol.h"
+#include "tests/fakes/bytes.h"
 #include "tests/live/session.h"
 
 // No document has a field for a key file: the settings map of the object is the only way to name one. An
@@ -69,7 +70,7 @@ void set_disk_time(const fs::path& path, std::time_t seconds) {
 void lay_out(const Target& target) {
   const fs::path& folder = target.folder;
   for (const auto& entry : fs::directory_iterator{folder}) fs::remove_all(entry);
-  write_disk(folder / "file.bin", some_bytes(kFileSize));
+  write_disk(folder / "file.bin", fakes::some_bytes(kFileSize));
   set_disk_time(folder / "file.bin", kFileTime);
   for (const std::string& name : kAwkward) write_disk(folder / "top" / "nested dir" / name, name);
   fs::create_directories(folder / "changes");
@@ -124,8 +125,8 @@ class Script {
     return outcome;
   }
 
-  std::string upload() { return upload("changes", "new ü.bin", some_bytes(150'000, 2)); }
-  std::string overwrite() { return upload("changes", "new ü.bin", some_bytes(70'000, 3)); }
+  std::string upload() { return upload("changes", "new ü.bin", fakes::some_bytes(150'000, 2)); }
+  std::string overwrite() { return upload("changes", "new ü.bin", fakes::some_bytes(70'000, 3)); }
 
   std::string rename() {
     return moved("/changes/new ü.bin", "/changes", "renamed.bin", "changes/new ü.bin", "changes/renamed.bin");
@@ -171,7 +172,7 @@ class Script {
     for (const auto step : {&Script::list_root, &Script::file_info, &Script::read_whole}) {
       if (const std::string outcome = (this->*step)(); outcome != kYes) return outcome;
     }
-    std::string outcome = upload("changes", "after.bin", some_bytes(1000, 4));
+    std::string outcome = upload("changes", "after.bin", fakes::some_bytes(1000, 4));
     if (outcome == kYes) outcome = code(protocol_->Delete("/changes/after.bin", nullptr));
     return outcome;
   }
@@ -204,7 +205,7 @@ class Script {
     fakes::FetchSink sink;
     const AERROR result = protocol_->Read(path.c_str(), offset, length, fakes::make_handle(), &sink, nullptr);
     if (result != SUCCESS) return code(result);
-    const std::string whole = some_bytes(kFileSize);
+    const std::string whole = fakes::some_bytes(kFileSize);
     const bool same = sink.bytes() == whole.substr(static_cast<std::size_t>(offset), wanted);
     return same ? kYes : "other bytes, " + std::to_string(sink.bytes().size());
   }

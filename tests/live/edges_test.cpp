@@ -17,18 +17,19 @@
 #include <string>
 #include <vector>
 
+#include "tests/fakes/bytes.h"
+#include "tests/fakes/latin1_locale.h"
 #include "tests/live/session.h"
 #include "tests/servers/daemons.h"
 #include "tests/servers/sshd.h"
 #include "tests/unit/common/time_zone.h"
-#include "tests/wire/latin1_locale.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using fakes::some_bytes;
 using ftp_plugin::time_zone;
 using live::Session;
-using live::some_bytes;
 using live::time_text;
 using servers::Daemon;
 using servers::DaemonOptions;
@@ -217,13 +218,12 @@ class NamesInLatin1 : public testing::TestWithParam<DaemonOptions> {
  protected:
   [[nodiscard]] bool on_disk(const std::string& path) const { return fs::exists(server_.folder() / path); }
 
-  const wire::Latin1Locale locale_;
+  const fakes::Latin1Locale locale_;
   Daemon server_ = servers::start_proftpd(GetParam());
 };
 
 TEST_P(NamesInLatin1, AreListedInUtf8AndReachedByTheirBytes) {
-  ASSERT_TRUE(locale_) << "localedef and the character maps of the package `locales` are needed";
-  const NamePair names[] = {{wire::kUtf8Name, wire::kLatin1Name},
+  const NamePair names[] = {{fakes::kUtf8Name, fakes::kLatin1Name},
                             {"Gr\xC3\xB6\xC3\x9F\x65 \xC2\xA3", "Gr\xF6\xDF\x65 \xA3"},
                             {"\xC3\xBF;\xC2\xA0x", "\xFF;\xA0x"},
                             {"plain", "plain"}};
@@ -256,22 +256,21 @@ TEST_P(NamesInLatin1, AreListedInUtf8AndReachedByTheirBytes) {
 }
 
 TEST_P(NamesInLatin1, AreWrittenInTheServersBytes) {
-  ASSERT_TRUE(locale_) << "localedef and the character maps of the package `locales` are needed";
   server_.add_folder("\xE0");
   const Session session{server_};
   ASSERT_EQ(session.result(), SUCCESS) << session.transcript() << server_.log();
   const std::string parent = "/\xE0";
 
   _FS_FILE_V2 file;
-  file.name = wire::kUtf8Name;
+  file.name = fakes::kUtf8Name;
   file.size = 3;
   fakes::CacheSource cache{"abc"};
   ASSERT_EQ(session->Upload(parent.c_str(), fakes::make_handle(), &cache, &file, UPLOAD_FLAG{}, nullptr),
             SUCCESS)
       << session.transcript();
-  const std::string uploaded = parent + "/" + wire::kLatin1Name;
+  const std::string uploaded = parent + "/" + fakes::kLatin1Name;
   EXPECT_EQ(file.id, uploaded);
-  EXPECT_EQ(file.name, wire::kUtf8Name);
+  EXPECT_EQ(file.name, fakes::kUtf8Name);
   EXPECT_EQ(file.size, 3);
   EXPECT_EQ(fs::file_size(server_.folder() / uploaded.substr(1)), 3U);
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
-#include <random>
 
 namespace live {
 
@@ -55,18 +54,6 @@ std::string Session::read(const std::string& path, long long offset, long long l
     next += static_cast<long long>(chunk.bytes.size());
   }
   return sink.bytes();
-}
-
-std::string some_bytes(std::size_t count, unsigned seed) {
-  std::mt19937_64 numbers{seed};
-  std::string bytes;
-  bytes.reserve(count + sizeof(std::uint64_t));
-  while (bytes.size() < count) {
-    const std::uint64_t number = numbers();
-    bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
-  }
-  bytes.resize(count);
-  return bytes;
 }
 
 std::string time_text(std::time_t seconds) {

@@ -42,9 +42,6 @@ class Session {
   AERROR result_;
 };
 
-/// Bytes that repeat nowhere near, so that a block at the wrong place shows. The same for the same seed.
-[[nodiscard]] std::string some_bytes(std::size_t count, unsigned seed = 1);
-
 /// UTC time text of a record.
 [[nodiscard]] std::string time_text(std::time_t seconds);
 

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/fakes/bytes.h"
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
 #include "tests/fakes/relay.h"
@@ -31,15 +32,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
+using fakes::some_bytes;
 using servers::Sshd;
 using testing::IsEmpty;
-
-/// Bytes that differ from place to place.
-std::string some_bytes(std::size_t count, std::uint32_t seed) {
-  std::string bytes(count, '\0');
-  for (char& byte : bytes) byte = static_cast<char>((seed = seed * 1664525 + 1013904223) >> 24);
-  return bytes;
-}
 
 void add_file(const Sshd& server, const std::string& name, const std::string& bytes) {
   std::ofstream{server.home() / name, std::ios::binary} << bytes;

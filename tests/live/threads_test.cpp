@@ -10,13 +10,14 @@
 #include <thread>
 #include <vector>
 
+#include "tests/fakes/bytes.h"
 #include "tests/live/session.h"
 #include "tests/servers/ftp_servers.h"
 
 namespace {
 
+using fakes::some_bytes;
 using live::Session;
-using live::some_bytes;
 
 std::ptrdiff_t open_descriptors() {
   return std::distance(std::filesystem::directory_iterator{"/proc/self/fd"}, {});

@@ -2,8 +2,8 @@
 // connection.
 #include <string>
 
+#include "tests/fakes/latin1_locale.h"
 #include "tests/wire/changes_fixture.h"
-#include "tests/wire/latin1_locale.h"
 
 namespace {
 
@@ -173,13 +173,12 @@ TEST_F(Delete, NeverSendsALineBreak) {
 }
 
 TEST_F(Delete, SendsNamesInUtf8WhateverTheServerTakes) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
-  server.add_file(std::string{"/docs/"} + wire::kUtf8Name, "x");
+  server.add_file(std::string{"/docs/"} + fakes::kUtf8Name, "x");
   connected();
-  EXPECT_EQ(protocol->Delete((std::string{"/docs/"} + wire::kUtf8Name).c_str(), nullptr), SUCCESS);
-  EXPECT_THAT(server.take_dialogue(), ElementsAre(std::string{"2: DELE docs/"} + wire::kUtf8Name));
+  EXPECT_EQ(protocol->Delete((std::string{"/docs/"} + fakes::kUtf8Name).c_str(), nullptr), SUCCESS);
+  EXPECT_THAT(server.take_dialogue(), ElementsAre(std::string{"2: DELE docs/"} + fakes::kUtf8Name));
 }
 
 TEST_F(Delete, RemovesADirectory) {
@@ -347,31 +346,28 @@ TEST_F(CreateDirectory, NeverSendsALineBreak) {
 }
 
 TEST_F(CreateDirectory, SendsTheNameInTheServersCharset) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
   connected();
-  _FS_FILE_V2 file = named(wire::kUtf8Name);
+  _FS_FILE_V2 file = named(fakes::kUtf8Name);
   EXPECT_EQ(protocol->CreateDirectory("/docs", &file, nullptr), SUCCESS);
-  EXPECT_THAT(server.take_dialogue(), Contains(std::string{"2: MKD docs/"} + wire::kLatin1Name));
-  EXPECT_EQ(file.id, std::string{"/docs/"} + wire::kLatin1Name);
-  EXPECT_EQ(file.name, wire::kUtf8Name) << "found under the server's bytes, told in UTF-8";
+  EXPECT_THAT(server.take_dialogue(), Contains(std::string{"2: MKD docs/"} + fakes::kLatin1Name));
+  EXPECT_EQ(file.id, std::string{"/docs/"} + fakes::kLatin1Name);
+  EXPECT_EQ(file.name, fakes::kUtf8Name) << "found under the server's bytes, told in UTF-8";
   EXPECT_EQ(file.modify_time, "2024-01-02T03:04:05.000Z");
 }
 
 TEST_F(CreateDirectory, SendsUtf8WhereTheServerTakesIt) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   connected();
-  _FS_FILE_V2 file = named(wire::kUtf8Name);
+  _FS_FILE_V2 file = named(fakes::kUtf8Name);
   EXPECT_EQ(protocol->CreateDirectory("/docs", &file, nullptr), SUCCESS);
-  EXPECT_THAT(server.take_dialogue(), Contains(std::string{"1: MKD docs/"} + wire::kUtf8Name));
-  EXPECT_EQ(file.id, std::string{"/docs/"} + wire::kUtf8Name);
+  EXPECT_THAT(server.take_dialogue(), Contains(std::string{"1: MKD docs/"} + fakes::kUtf8Name));
+  EXPECT_EQ(file.id, std::string{"/docs/"} + fakes::kUtf8Name);
 }
 
 TEST_F(CreateDirectory, ANameThatTheCharsetLacksGoesOutInUtf8) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
   connected();
   _FS_FILE_V2 file = named("\xe6\x97\xa5 caf\xc3\xa9");

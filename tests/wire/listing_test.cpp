@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "tests/wire/latin1_locale.h"
+#include "tests/fakes/latin1_locale.h"
 #include "tests/wire/wire_fixture.h"
 
 namespace {
@@ -386,29 +386,27 @@ TEST_F(Listing, TenThousandEntriesArriveInOrder) {
 }
 
 TEST_F(Listing, ConvertsNamesFromTheLocaleWhereTheServerHasNoUtf8) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
-  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + wire::kLatin1Name + "\r\n");
+  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + fakes::kLatin1Name + "\r\n");
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
   ASSERT_EQ(list.files().size(), 1u);
-  EXPECT_EQ(list.files()[0].name, wire::kUtf8Name);
-  EXPECT_EQ(list.files()[0].id, std::string{"/docs/"} + wire::kLatin1Name)
+  EXPECT_EQ(list.files()[0].name, fakes::kUtf8Name);
+  EXPECT_EQ(list.files()[0].id, std::string{"/docs/"} + fakes::kLatin1Name)
       << "the identifier keeps the server's bytes";
 }
 
 TEST_F(Listing, LeavesNamesAloneWhereUtf8IsAcceptedOrForced) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
-  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + wire::kLatin1Name + "\r\n");
+  const fakes::Latin1Locale locale;
+  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + fakes::kLatin1Name + "\r\n");
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
   server.lacks("UTF8");
   set_options({{"charset", "Force UTF-8"}});
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_THAT(list.names(), ElementsAre(wire::kLatin1Name, wire::kLatin1Name));
+  EXPECT_THAT(list.names(), ElementsAre(fakes::kLatin1Name, fakes::kLatin1Name));
 }
 
 TEST_F(Listing, KeepsANameThatCannotBeConverted) {
@@ -417,26 +415,25 @@ TEST_F(Listing, KeepsANameThatCannotBeConverted) {
   server.set_mlsd("/docs", "type=file;size=1; caf\xe9\r\n");
   connected();
   EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_THAT(list.names(), ElementsAre(wire::kLatin1Name));
+  EXPECT_THAT(list.names(), ElementsAre(fakes::kLatin1Name));
 }
 
 TEST_F(Listing, ALookUpComparesTheServersBytes) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   set_options({{"charset", "Local charset"}});
-  server.set_mlsd("/docs", std::string{"type=dir;modify=20200102030405; "} + wire::kLatin1Name + "\r\n");
+  server.set_mlsd("/docs", std::string{"type=dir;modify=20200102030405; "} + fakes::kLatin1Name + "\r\n");
   connected();
   _FS_FILE_V2 converted;
   converted.attr = FS_ATTR_DIRECTORY;
-  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + wire::kUtf8Name).c_str(), &converted, nullptr),
+  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + fakes::kUtf8Name).c_str(), &converted, nullptr),
             SUCCESS);
   EXPECT_EQ(converted.modify_time, "") << "a name that matches after conversion only is not found";
   _FS_FILE_V2 raw;
   raw.attr = FS_ATTR_DIRECTORY;
-  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + wire::kLatin1Name).c_str(), &raw, nullptr),
+  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + fakes::kLatin1Name).c_str(), &raw, nullptr),
             SUCCESS);
   EXPECT_EQ(raw.modify_time, "2020-01-02T03:04:05.000Z");
-  EXPECT_EQ(raw.name, wire::kUtf8Name);
+  EXPECT_EQ(raw.name, fakes::kUtf8Name);
 }
 
 }  // namespace

@@ -152,7 +152,7 @@ TEST_F(Pool, SixteenThreadsMixListingsAndReadsTenThousandTimes) {
   std::string names;
   for (int n = 0; n < kFiles; ++n) {
     const std::string name = "file" + std::to_string(n);
-    server.add_file("/many/" + name, wire::pattern(static_cast<std::size_t>(70000 + 100 * n)));
+    server.add_file("/many/" + name, fakes::some_bytes(static_cast<std::size_t>(70000 + 100 * n)));
   }
   fakes::plugin().UnbindLogger();
   const std::size_t before = open_descriptors();
@@ -177,7 +177,7 @@ TEST_F(Pool, SixteenThreadsMixListingsAndReadsTenThousandTimes) {
         if (protocol->Read(path.c_str(), offset, length, fakes::make_handle(), &sink, nullptr) != SUCCESS) {
           ++wrong;
         }
-        const std::string whole = wire::pattern(static_cast<std::size_t>(offset + length));
+        const std::string whole = fakes::some_bytes(static_cast<std::size_t>(offset + length));
         if (sink.bytes() != whole.substr(static_cast<std::size_t>(offset))) ++wrong;
       }
     }

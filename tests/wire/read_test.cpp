@@ -67,13 +67,13 @@ TEST_F(Read, DeliversWholeBlocksAndAShorterLastOne) {
   EXPECT_EQ(read("/big.bin", 1000, 65536 * 2 + 10), SUCCESS);
   EXPECT_THAT(sink.shape(),
               ElementsAre(Pair(1000, 65536), Pair(1000 + 65536, 65536), Pair(1000 + 131072, 10)));
-  EXPECT_EQ(sink.bytes(), wire::pattern(300000).substr(1000, 131082));
+  EXPECT_EQ(sink.bytes(), fakes::some_bytes(300000).substr(1000, 131082));
 }
 
 TEST_F(Read, DeliversAWholeFile) {
   connected();
   EXPECT_EQ(read("/big.bin", 0, 300000), SUCCESS);
-  EXPECT_EQ(sink.bytes(), wire::pattern(300000));
+  EXPECT_EQ(sink.bytes(), fakes::some_bytes(300000));
   EXPECT_EQ(sink.chunks().size(), 5u);
 }
 
@@ -173,7 +173,7 @@ TEST_F(Read, AFileThatEndsEarlyLosesItsTailAndSucceeds) {
   EXPECT_THAT(sink.chunks(), IsEmpty()) << "less than a block is never delivered";
   FetchSink blocks;
   EXPECT_EQ(protocol->Read("/big.bin", 0, 1000000, handle, &blocks, nullptr), SUCCESS);
-  EXPECT_EQ(blocks.bytes(), wire::pattern(300000).substr(0, 4 * 65536));
+  EXPECT_EQ(blocks.bytes(), fakes::some_bytes(300000).substr(0, 4 * 65536));
   EXPECT_THAT(log.lines_with("8 [PROTOCOL"), IsEmpty());
 }
 
@@ -233,7 +233,7 @@ TEST_F(Read, AServerThatBreaksOffInTheMiddleFails) {
   EXPECT_EQ(log.lines_with("8 [PROTOCOL").size(), 3u);
   FetchSink whole;
   EXPECT_EQ(protocol->Read("/big.bin", 0, 300000, handle, &whole, nullptr), SUCCESS);
-  EXPECT_EQ(whole.bytes(), wire::pattern(300000));
+  EXPECT_EQ(whole.bytes(), fakes::some_bytes(300000));
 }
 
 TEST_F(Read, AnUnreadableEpsvReplyIsTriedTwentyOneTimes) {
@@ -277,17 +277,17 @@ TEST_F(Read, TellsNoProgressOfTheNextOperation) {
 
 TEST_F(Read, KeepsTheSpeedLimit) {
   // libcurl takes up to 1.6 MB at once before it looks at the clock, so only a longer read shows the limit.
-  server.add_file("/long.bin", wire::pattern(8000000));
+  server.add_file("/long.bin", fakes::some_bytes(8000000));
   connected();
   EXPECT_EQ(protocol->SetOpt("SPEEDLIMIT", "4000000"), SUCCESS);
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(read("/long.bin", 0, 8000000), SUCCESS);
   EXPECT_THAT(std::chrono::steady_clock::now() - start, Ge(std::chrono::milliseconds{1000}));
-  EXPECT_EQ(sink.bytes(), wire::pattern(8000000));
+  EXPECT_EQ(sink.bytes(), fakes::some_bytes(8000000));
 }
 
 TEST_F(Read, ALowSpeedLimitHoldsFromTheBeginning) {
-  server.add_file("/long.bin", wire::pattern(2000000));
+  server.add_file("/long.bin", fakes::some_bytes(2000000));
   connected();
   EXPECT_EQ(protocol->SetOpt("speedlimit", "400000"), SUCCESS);
   const auto stop = std::make_shared<_FS_HANDLE>();
@@ -297,7 +297,7 @@ TEST_F(Read, ALowSpeedLimitHoldsFromTheBeginning) {
 }
 
 TEST_F(Read, ASpeedLimitOfLettersIsNone) {
-  server.add_file("/long.bin", wire::pattern(8000000));
+  server.add_file("/long.bin", fakes::some_bytes(8000000));
   connected();
   EXPECT_EQ(protocol->SetOpt("speedlimit", "1000"), SUCCESS);
   EXPECT_EQ(protocol->SetOpt("speedlimit", "fast"), SUCCESS);
@@ -307,7 +307,7 @@ TEST_F(Read, ASpeedLimitOfLettersIsNone) {
 }
 
 TEST_F(Read, ALiftedSpeedLimitHoldsNoConnectionBackThatHadIt) {
-  server.add_file("/long.bin", wire::pattern(8000000));
+  server.add_file("/long.bin", fakes::some_bytes(8000000));
   connected();
   EXPECT_EQ(protocol->SetOpt("speedlimit", "1000"), SUCCESS);
   EXPECT_EQ(read("/docs/a.txt", 0, 5), SUCCESS);

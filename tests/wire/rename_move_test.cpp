@@ -3,8 +3,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/fakes/latin1_locale.h"
 #include "tests/wire/changes_fixture.h"
-#include "tests/wire/latin1_locale.h"
 
 namespace {
 
@@ -220,31 +220,29 @@ TEST_F(Move, NeverSendsALineBreak) {
 }
 
 TEST_F(Move, TheConvertedNameGoesIntoTheCommandAndTheReRead) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
   connected();
-  _FS_FILE_V2 file = named(wire::kUtf8Name);
+  _FS_FILE_V2 file = named(fakes::kUtf8Name);
   EXPECT_EQ(protocol->Move("/docs/a.txt", "/docs", &file, nullptr), SUCCESS);
-  const std::string latin1 = wire::kLatin1Name;
+  const std::string latin1 = fakes::kLatin1Name;
   EXPECT_THAT(server.take_dialogue(),
               ElementsAre("2: RNFR docs/a.txt", "2: RNTO docs/" + latin1, "2: CWD /", "2: CWD docs",
                           "2: MDTM " + latin1, "2: TYPE I", "2: SIZE " + latin1, "2: REST 0"));
   EXPECT_EQ(file.id, "/docs/" + latin1);
-  EXPECT_EQ(file.name, wire::kUtf8Name);
+  EXPECT_EQ(file.name, fakes::kUtf8Name);
   EXPECT_EQ(file.size, 11);
 }
 
 TEST_F(Move, TheErrorLineShowsTheConvertedName) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
   connected();
-  _FS_FILE_V2 file = named(wire::kUtf8Name);
+  _FS_FILE_V2 file = named(fakes::kUtf8Name);
   EXPECT_EQ(protocol->Move("/docs/none", "/docs", &file, nullptr), FILE_WRITE_FAILED);
   EXPECT_THAT(log.lines_with("8 [PROTOCOL"),
               ElementsAre(std::string{"8 [PROTOCOL  ] Move src: [/docs/none] , target: ["} +
-                          wire::kLatin1Name + "] exec error: [21]"));
+                          fakes::kLatin1Name + "] exec error: [21]"));
 }
 
 TEST_F(Rename, IsAMoveWithALineOfItsOwn) {

@@ -1,8 +1,8 @@
 // Setting times: one command, only where the server offers it, and the connection is kept in any case.
 #include <string>
 
+#include "tests/fakes/latin1_locale.h"
 #include "tests/wire/changes_fixture.h"
-#include "tests/wire/latin1_locale.h"
 
 namespace {
 
@@ -162,15 +162,14 @@ TEST_F(SetFileTime, NeverSendsALineBreak) {
 }
 
 TEST_F(SetFileTime, SendsNamesInUtf8WhateverTheServerTakes) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
-  server.add_file(std::string{"/docs/"} + wire::kUtf8Name, "x");
+  server.add_file(std::string{"/docs/"} + fakes::kUtf8Name, "x");
   connected();
-  file.name = wire::kUtf8Name;
-  EXPECT_EQ(set((std::string{"/docs/"} + wire::kUtf8Name).c_str(), "2024-03-05T07:08:09Z"), SUCCESS);
+  file.name = fakes::kUtf8Name;
+  EXPECT_EQ(set((std::string{"/docs/"} + fakes::kUtf8Name).c_str(), "2024-03-05T07:08:09Z"), SUCCESS);
   EXPECT_THAT(server.take_dialogue(),
-              ElementsAre(std::string{"2: MFMT 20240305070809 docs/"} + wire::kUtf8Name));
+              ElementsAre(std::string{"2: MFMT 20240305070809 docs/"} + fakes::kUtf8Name));
 }
 
 }  // namespace

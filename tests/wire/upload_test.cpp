@@ -7,8 +7,8 @@
 #include <thread>
 #include <utility>
 
+#include "tests/fakes/latin1_locale.h"
 #include "tests/wire/changes_fixture.h"
-#include "tests/wire/latin1_locale.h"
 
 namespace {
 
@@ -122,8 +122,8 @@ TEST_F(Upload, StaysBelowTheRootPath) {
 
 TEST_F(Upload, WorksInActiveMode) {
   connected("", {{"active", "true"}});
-  EXPECT_EQ(upload(wire::pattern(kBlock + 1)), SUCCESS);
-  EXPECT_EQ(server.file("/docs/new.bin"), wire::pattern(kBlock + 1));
+  EXPECT_EQ(upload(fakes::some_bytes(kBlock + 1)), SUCCESS);
+  EXPECT_EQ(server.file("/docs/new.bin"), fakes::some_bytes(kBlock + 1));
   EXPECT_EQ(server.count("EPSV"), 0u);
   EXPECT_EQ(server.count("EPRT"), 1u);
 }
@@ -157,7 +157,7 @@ TEST_F(Upload, StoresAnEmptyFile) {
 class UploadOfSize : public Upload, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(UploadOfSize, StoresEveryByteInBlocksThatFollowEachOther) {
-  const std::string bytes = wire::pattern(GetParam());
+  const std::string bytes = fakes::some_bytes(GetParam());
   connected();
   CacheSource cache{bytes};
   file = sized("new.bin", bytes.size());
@@ -179,7 +179,7 @@ INSTANTIATE_TEST_SUITE_P(, UploadOfSize,
                          testing::Values(std::size_t{1}, kBlock - 1, kBlock, kBlock + 1, 10 * kBlock + 7));
 
 TEST_F(Upload, ACacheThatDeliversShortBlocksIsAskedAgain) {
-  const std::string bytes = wire::pattern(5000);
+  const std::string bytes = fakes::some_bytes(5000);
   connected();
   CacheSource cache{bytes, {.block_limit = 7, .result = -1}};
   file = sized("new.bin", bytes.size());
@@ -189,7 +189,7 @@ TEST_F(Upload, ACacheThatDeliversShortBlocksIsAskedAgain) {
 }
 
 TEST_F(Upload, ACacheThatStopsEarlyFailsAlthoughTheServerIsContent) {
-  const std::string bytes = wire::pattern(200000);
+  const std::string bytes = fakes::some_bytes(200000);
   connected();
   CacheSource cache{bytes, {.end_at = 100000}};
   file = sized("new.bin", bytes.size());
@@ -210,7 +210,7 @@ TEST_F(Upload, ACacheThatHasNothingFails) {
 
 TEST_F(Upload, ACacheThatHasMoreThanTheRecordSaysFails) {
   connected();
-  CacheSource cache{wire::pattern(kBlock + 2)};
+  CacheSource cache{fakes::some_bytes(kBlock + 2)};
   file = sized("new.bin", kBlock + 1);
   EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED);
   expect_failure(18);
@@ -237,7 +237,7 @@ TEST_F(Upload, ACacheThatThrowsFailsAndLeavesALine) {
 TEST_F(Upload, AStoppedHandleSendsNoBytes) {
   fakes::stop(*handle);
   connected();
-  CacheSource cache{wire::pattern(100)};
+  CacheSource cache{fakes::some_bytes(100)};
   file = sized("new.bin", 100);
   EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED) << "never UPLOAD_CANCELED";
   EXPECT_THAT(cache.requests(), IsEmpty());
@@ -247,7 +247,7 @@ TEST_F(Upload, AStoppedHandleSendsNoBytes) {
 
 TEST_F(Upload, CancelledOnTheWayFailsAndDropsTheConnection) {
   connected();
-  CacheSource cache{wire::pattern(3 * kBlock), {.cancel_at = kBlock}};
+  CacheSource cache{fakes::some_bytes(3 * kBlock), {.cancel_at = kBlock}};
   file = sized("new.bin", 3 * kBlock);
   EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED);
   expect_failure(42);
@@ -260,7 +260,7 @@ TEST_F(Upload, CancelledOnTheWayFailsAndDropsTheConnection) {
 
 TEST_F(Upload, CancelledInTheLastBlockFails) {
   connected();
-  CacheSource cache{wire::pattern(kBlock + 1), {.cancel_at = kBlock}};
+  CacheSource cache{fakes::some_bytes(kBlock + 1), {.cancel_at = kBlock}};
   file = sized("new.bin", kBlock + 1);
   EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED);
   expect_failure(42);
@@ -275,9 +275,9 @@ TEST_F(Upload, CancelledBehindTheLastBlockHasStoredTheFile) {
     fakes::stop(*handle);
     gate.open();
   }};
-  EXPECT_EQ(upload(wire::pattern(kBlock)), SUCCESS);
+  EXPECT_EQ(upload(fakes::some_bytes(kBlock)), SUCCESS);
   canceller.join();
-  EXPECT_EQ(server.file("/docs/new.bin"), wire::pattern(kBlock));
+  EXPECT_EQ(server.file("/docs/new.bin"), fakes::some_bytes(kBlock));
 }
 
 TEST_F(Upload, CancelledOnceAllBytesAreSentHasStoredTheFile) {
@@ -287,9 +287,9 @@ TEST_F(Upload, CancelledOnceAllBytesAreSentHasStoredTheFile) {
     return 0;
   };
   connected();
-  EXPECT_EQ(upload(wire::pattern(kBlock)), SUCCESS);
+  EXPECT_EQ(upload(fakes::some_bytes(kBlock)), SUCCESS);
   EXPECT_EQ(handle->state, FS_HANDLE_STOP);
-  EXPECT_EQ(server.file("/docs/new.bin"), wire::pattern(kBlock));
+  EXPECT_EQ(server.file("/docs/new.bin"), fakes::some_bytes(kBlock));
   expect_kept();
 }
 
@@ -352,7 +352,7 @@ TEST_F(Upload, ARefusalBehindTheDataFails) {
 TEST_F(Upload, BrokenDataFails) {
   connected();
   server.on("STOR").break_data_after(100000).times(1);
-  EXPECT_EQ(upload(wire::pattern(20000000)), FILE_WRITE_FAILED);
+  EXPECT_EQ(upload(fakes::some_bytes(20000000)), FILE_WRITE_FAILED);
   server.on("STOR").break_data_after(3).times(1);
   EXPECT_EQ(upload("hello"), FILE_WRITE_FAILED);
   EXPECT_THAT(log.lines_with("8 [PROTOCOL"), SizeIs(2));
@@ -363,7 +363,7 @@ TEST_F(Upload, BrokenDataFails) {
 TEST_F(Upload, DataThatTheServerDoesNotWaitForFailsOrIsNotFoundAgain) {
   connected();
   server.on("STOR").end_data_after(100000).times(1);
-  EXPECT_EQ(upload(wire::pattern(20000000)), FILE_WRITE_FAILED) << "226 or not";
+  EXPECT_EQ(upload(fakes::some_bytes(20000000)), FILE_WRITE_FAILED) << "226 or not";
   server.on("STOR").end_data_after(3).times(1);
   EXPECT_NE(upload("hello"), SUCCESS);
   EXPECT_EQ(server.file("/docs/new.bin"), std::nullopt);
@@ -372,7 +372,7 @@ TEST_F(Upload, DataThatTheServerDoesNotWaitForFailsOrIsNotFoundAgain) {
 TEST_F(Upload, AControlConnectionThatEndsOnTheWayFails) {
   connected();
   server.on("STOR").hang_up_after_data(100000).times(1);
-  EXPECT_EQ(upload(wire::pattern(20000000)), FILE_WRITE_FAILED);
+  EXPECT_EQ(upload(fakes::some_bytes(20000000)), FILE_WRITE_FAILED);
   server.on("STOR").hang_up_after_data(5).times(1);
   EXPECT_EQ(upload("hello"), FILE_WRITE_FAILED) << "all sent, and nobody said that it arrived";
   EXPECT_THAT(log.lines_with("8 [PROTOCOL"), SizeIs(2));
@@ -431,10 +431,10 @@ TEST_F(Upload, FailsWithoutAnErrorLineWhenNobodyAnswers) {
 TEST_F(Upload, AnUnreadableEpsvReplyIsTriedAgainBeforeAByteIsAskedFor) {
   server.on("EPSV").reply("229 nonsense").times(20);
   connected();
-  CacheSource cache{wire::pattern(kBlock + 1)};
+  CacheSource cache{fakes::some_bytes(kBlock + 1)};
   file = sized("new.bin", kBlock + 1);
   EXPECT_EQ(upload("/docs", cache), SUCCESS);
-  EXPECT_EQ(server.file("/docs/new.bin"), wire::pattern(kBlock + 1));
+  EXPECT_EQ(server.file("/docs/new.bin"), fakes::some_bytes(kBlock + 1));
   ASSERT_THAT(cache.requests(), Not(IsEmpty()));
   EXPECT_EQ(cache.requests()[0].offset, 0);
   EXPECT_THAT(cache.requests(), SizeIs(2));
@@ -477,33 +477,31 @@ TEST_F(Upload, NeverSendsALineBreak) {
 }
 
 TEST_F(Upload, TheConvertedNameIsStoredAndReadAgain) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
   connected();
   CacheSource cache{"abc"};
-  file = sized(wire::kUtf8Name, 3);
+  file = sized(fakes::kUtf8Name, 3);
   EXPECT_EQ(upload("/docs", cache), SUCCESS);
-  const std::string latin1 = wire::kLatin1Name;
+  const std::string latin1 = fakes::kLatin1Name;
   EXPECT_THAT(server.take_dialogue(),
               ElementsAre("2: TYPE I", "2: CWD /", "2: CWD docs", "2: EPSV", "2: TYPE I", "2: STOR " + latin1,
                           "2: MDTM " + latin1, "2: SIZE " + latin1, "2: REST 0"));
   EXPECT_EQ(file.id, "/docs/" + latin1);
-  EXPECT_EQ(file.name, wire::kUtf8Name);
+  EXPECT_EQ(file.name, fakes::kUtf8Name);
   EXPECT_EQ(file.size, 3);
 }
 
 TEST_F(Upload, TheErrorLineShowsTheConvertedName) {
-  const wire::Latin1Locale locale;
-  ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+  const fakes::Latin1Locale locale;
   server.lacks("UTF8");
   connected();
   server.on("STOR").reply("550 No.");
   CacheSource cache{"abc"};
-  file = sized(wire::kUtf8Name, 3);
+  file = sized(fakes::kUtf8Name, 3);
   EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED);
   EXPECT_THAT(log.lines_with("8 [PROTOCOL"), ElementsAre(std::string{"8 [PROTOCOL  ] Upload id: ["} +
-                                                         wire::kLatin1Name + "] , exec error: [25]"));
+                                                         fakes::kLatin1Name + "] , exec error: [25]"));
 }
 
 // ---- progress, speed, and what stays behind ----
@@ -511,7 +509,7 @@ TEST_F(Upload, TheErrorLineShowsTheConvertedName) {
 TEST_F(Upload, TellsItsProgress) {
   fakes::ProgressLog progress{*handle};
   connected();
-  EXPECT_EQ(upload(wire::pattern(300000)), SUCCESS);
+  EXPECT_EQ(upload(fakes::some_bytes(300000)), SUCCESS);
   ASSERT_THAT(progress.calls(), Not(IsEmpty()));
   EXPECT_EQ(progress.calls().back().now, 300000);
   EXPECT_EQ(progress.calls().back().total, 300000);
@@ -586,9 +584,9 @@ TEST_F(Upload, KeepsTheSpeedLimit) {
   connected();
   EXPECT_EQ(protocol->SetOpt("speedlimit", "200000"), SUCCESS);
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(upload(wire::pattern(300000)), SUCCESS);
+  EXPECT_EQ(upload(fakes::some_bytes(300000)), SUCCESS);
   EXPECT_THAT(std::chrono::steady_clock::now() - start, Ge(std::chrono::milliseconds{900}));
-  EXPECT_EQ(server.file("/docs/new.bin"), wire::pattern(300000));
+  EXPECT_EQ(server.file("/docs/new.bin"), fakes::some_bytes(300000));
 }
 
 }  // namespace

@@ -8,22 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "tests/fakes/bytes.h"
 #include "tests/fakes/ftp_server.h"
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
 
 namespace wire {
-
-/// `size` bytes that differ from place to place.
-inline std::string pattern(std::size_t size) {
-  std::string bytes(size, '\0');
-  std::uint32_t state = 1;
-  for (char& byte : bytes) {
-    state = state * 1664525 + 1013904223;
-    byte = static_cast<char>(state >> 24);
-  }
-  return bytes;
-}
 
 class Wire : public testing::Test {
  protected:
@@ -31,7 +21,7 @@ class Wire : public testing::Test {
     server.add_file("/docs/a.txt", "hello world");
     server.add_directory("/docs/sub", "19991231235959");
     server.add_file("/docs/my file.txt", "blank");
-    server.add_file("/big.bin", pattern(300000));
+    server.add_file("/big.bin", fakes::some_bytes(300000));
   }
   ~Wire() override {
     protocol.release();

@@ -3,16 +3,16 @@
 
 #include "tests/fakes/locale.h"
 
-namespace wire {
+namespace fakes {
 
 /// One name in both encodings.
 inline constexpr const char* kUtf8Name = "caf\xc3\xa9";
 inline constexpr const char* kLatin1Name = "caf\xe9";
 
-/// Makes the locale and sets it for the length of a scope; converts to false when that fails.
-class Latin1Locale : public fakes::ScopedLocale {
+/// Makes the locale and sets it for the length of a scope; throws std::runtime_error when it cannot be made.
+class Latin1Locale : public ScopedLocale {
  public:
   Latin1Locale() : ScopedLocale{"en_US", "ISO-8859-1"} {}
 };
 
-}  // namespace wire
+}  // namespace fakes
