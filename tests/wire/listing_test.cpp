@@ -1,36 +1,16 @@
 // Listing directories: which command, on which connection, and what reaches the host.
-#include <unistd.h>
-
 #include <chrono>
-#include <cstdlib>
 
-#include "tests/fakes/latin1_locale.h"
-#include "tests/wire/wire_fixture.h"
+#include "tests/wire/listing_fixture.h"
 
 namespace {
 
 using fakes::FileList;
-using fakes::FtpServer;
 using testing::AllOf;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
-using testing::Ge;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
-
-class Listing : public wire::Wire {
- protected:
-  std::vector<std::string> ids() const {
-    std::vector<std::string> ids;
-    for (const _FS_FILE_V2& file : list.files()) ids.push_back(file.id);
-    return ids;
-  }
-
-  FileList list;
-};
+using wire::Listing;
 
 TEST_F(Listing, AsksForMlsdAndDeliversEveryEntry) {
   connected();
@@ -221,104 +201,6 @@ TEST_F(Listing, WithoutAListNothingIsParsed) {
   EXPECT_THAT(log.operations(), ElementsAre("1 [PROTOCOL  ] _GetFileList id: [/docs]"));
 }
 
-TEST_F(Listing, AMissingDirectoryFailsAndDropsTheConnection) {
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/none", &list, nullptr), FAILED);
-  EXPECT_THAT(log.operations(),
-              ElementsAre("1 [PROTOCOL  ] _GetFileList id: [/none]",
-                          StartsWith("8 [PROTOCOL  ] read_dir id: [/none] , exec error: [")));
-  EXPECT_THAT(list.files(), IsEmpty());
-  EXPECT_TRUE(server.wait_until_idle());
-  EXPECT_THAT(server.take_dialogue(), ElementsAre("1: EPSV", "1: TYPE A", "1: MLSD none", "1: QUIT"));
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_EQ(server.logins(), 2u);
-}
-
-TEST_F(Listing, ALineBreakInAPathIsNeverSent) {
-  connected();
-  for (const char* path : {"/docs\r\nDELE big.bin", "/docs\nDELE big.bin", "/docs\rx"}) {
-    log.clear();
-    EXPECT_EQ(protocol->GetFileList(path, &list, nullptr), FAILED);
-    EXPECT_THAT(log.operations(),
-                ElementsAre(StartsWith("1 [PROTOCOL  ] _GetFileList id: ["),
-                            std::string{"8 [PROTOCOL  ] read_dir id: ["} + path + "] , exec error: [3]"));
-  }
-  EXPECT_THAT(server.take_dialogue(), IsEmpty());
-  server.lacks("MLST");
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs\r\nDELE big.bin", &list, nullptr), FAILED);
-  EXPECT_THAT(log.operations(), Contains(HasSubstr("exec error: [3]")));
-  released();
-  EXPECT_EQ(server.count("DELE"), 0u);
-  EXPECT_EQ(server.count("CWD"), 0u);
-}
-
-TEST_F(Listing, AnUnreadableEpsvReplyIsTriedTwentyOneTimes) {
-  server.on("EPSV").reply("229 Entering Extended Passive Mode (nonsense)");
-  connected();
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), FAILED);
-  EXPECT_THAT(std::chrono::steady_clock::now() - start, Ge(std::chrono::milliseconds{2100}));
-  EXPECT_EQ(server.count("EPSV"), 21u);
-  EXPECT_THAT(log.operations(), ElementsAre("1 [PROTOCOL  ] _GetFileList id: [/docs]",
-                                            "8 [PROTOCOL  ] read_dir id: [/docs] , exec error: [13]"));
-}
-
-TEST_F(Listing, AWrongCodeForPasvIsTriedAgainUntilItIsRight) {
-  server.lacks("EPSV");
-  server.on("PASV").reply("250 nonsense").times(3);
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_EQ(server.count("PASV"), 4u);
-  EXPECT_EQ(server.logins(), 1u);
-  EXPECT_EQ(list.files().size(), 3u);
-  EXPECT_THAT(log.lines_with("8 [PROTOCOL"), IsEmpty());
-}
-
-TEST_F(Listing, AnUnreadablePasvReplyIsNotTriedAgain) {
-  server.lacks("EPSV");
-  server.on("PASV").reply("227 nonsense");
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), FAILED);
-  EXPECT_EQ(server.count("PASV"), 1u);
-  EXPECT_THAT(log.operations(), Contains("8 [PROTOCOL  ] read_dir id: [/docs] , exec error: [14]"));
-}
-
-TEST_F(Listing, AServerThatBreaksOffInTheMiddleFails) {
-  connected();
-  server.on("MLSD").break_data_after(10).times(1);
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), FAILED);
-  server.on("MLSD").hang_up_after_data(10).times(1);
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), FAILED);
-  server.on("MLSD").closing("451 Disk on fire.").times(1);
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), FAILED);
-  EXPECT_THAT(list.files(), IsEmpty());
-  EXPECT_EQ(log.lines_with("8 [PROTOCOL").size(), 3u);
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_EQ(server.logins(), 4u);
-}
-
-TEST_F(Listing, NoMatchingFilesIsAnEmptyListing) {
-  server.lacks("MLST");
-  server.on("LIST").reply("450 No files found.");
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_THAT(list.files(), IsEmpty());
-}
-
-TEST_F(Listing, ARefusalForTheMomentIsNoEmptyListing) {
-  connected();
-  server.on("MLSD").reply("450 Busy.").times(2);
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), FAILED);
-  EXPECT_THAT(log.lines_with("8 [PROTOCOL"),
-              ElementsAre("8 [PROTOCOL  ] read_dir id: [/docs] , exec error: [8]"));
-  _FS_FILE_V2 folder;
-  folder.attr = FS_ATTR_DIRECTORY;
-  EXPECT_EQ(protocol->GetFileInfo("/docs/sub", &folder, nullptr), FAILED);
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_EQ(list.files().size(), 3u);
-}
-
 TEST_F(Listing, AVxWorksServerIsRecognisedOnceAndForAll) {
   server.lacks("MLST");
   server.set_list("/docs",
@@ -339,37 +221,6 @@ TEST_F(Listing, AVxWorksServerIsRecognisedOnceAndForAll) {
   EXPECT_EQ(later.files()[0].size, 100);
 }
 
-/// Lists a directory in a process of its own, which an alarm ends after three seconds.
-void list_a_total_line() {
-  FtpServer server;
-  server.lacks("MLST");
-  server.set_list("/", "total 1\r\n-rw-r--r--   1 owner    group              11 Jan  2  2024 a.txt\r\n");
-  fakes::ScopedProtocol protocol;
-  FileList list;
-  if (protocol->Connect(nullptr, fakes::login_document(server.url()).c_str()) != SUCCESS) std::_Exit(1);
-  ::alarm(3);
-  if (protocol->GetFileList("/", &list, nullptr) != SUCCESS) std::_Exit(2);
-  std::_Exit(list.names() == std::vector<std::string>{"", "a.txt"} ? 0 : 3);
-}
-
-TEST(ListingDeathTest, AFirstLineWithTotalNeverReturnsUnlessTheHeaderScanIsBounded) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-#ifdef FTP_BOUNDED_HEADER_SCAN
-  EXPECT_EXIT(list_a_total_line(), testing::ExitedWithCode(0), "");
-#else
-  EXPECT_EXIT(list_a_total_line(), testing::KilledBySignal(SIGALRM), "");
-#endif
-}
-
-TEST_F(Listing, AnIdleConnectionThatTheServerClosedIsReplaced) {
-  server.on("FEAT").hang_up_after_reply();
-  ASSERT_EQ(connect(), SUCCESS);
-  ASSERT_TRUE(server.wait_until_idle());
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_EQ(server.logins(), 2u);
-  EXPECT_EQ(list.files().size(), 3u);
-}
-
 TEST_F(Listing, TenThousandEntriesArriveInOrder) {
   std::string raw;
   for (int n = 0; n < 10000; ++n)
@@ -383,57 +234,6 @@ TEST_F(Listing, TenThousandEntriesArriveInOrder) {
     ASSERT_EQ(list.files()[n].size, static_cast<std::int64_t>(n));
     ASSERT_EQ(list.files()[n].name, "file" + std::to_string(n));
   }
-}
-
-TEST_F(Listing, ConvertsNamesFromTheLocaleWhereTheServerHasNoUtf8) {
-  const fakes::Latin1Locale locale;
-  server.lacks("UTF8");
-  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + fakes::kLatin1Name + "\r\n");
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  ASSERT_EQ(list.files().size(), 1u);
-  EXPECT_EQ(list.files()[0].name, fakes::kUtf8Name);
-  EXPECT_EQ(list.files()[0].id, std::string{"/docs/"} + fakes::kLatin1Name)
-      << "the identifier keeps the server's bytes";
-}
-
-TEST_F(Listing, LeavesNamesAloneWhereUtf8IsAcceptedOrForced) {
-  const fakes::Latin1Locale locale;
-  server.set_mlsd("/docs", std::string{"type=file;size=1; "} + fakes::kLatin1Name + "\r\n");
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  server.lacks("UTF8");
-  set_options({{"charset", "Force UTF-8"}});
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_THAT(list.names(), ElementsAre(fakes::kLatin1Name, fakes::kLatin1Name));
-}
-
-TEST_F(Listing, KeepsANameThatCannotBeConverted) {
-  // In the "C" locale only ASCII converts.
-  set_options({{"charset", "Local charset"}});
-  server.set_mlsd("/docs", "type=file;size=1; caf\xe9\r\n");
-  connected();
-  EXPECT_EQ(protocol->GetFileList("/docs", &list, nullptr), SUCCESS);
-  EXPECT_THAT(list.names(), ElementsAre(fakes::kLatin1Name));
-}
-
-TEST_F(Listing, ALookUpComparesTheServersBytes) {
-  const fakes::Latin1Locale locale;
-  set_options({{"charset", "Local charset"}});
-  server.set_mlsd("/docs", std::string{"type=dir;modify=20200102030405; "} + fakes::kLatin1Name + "\r\n");
-  connected();
-  _FS_FILE_V2 converted;
-  converted.attr = FS_ATTR_DIRECTORY;
-  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + fakes::kUtf8Name).c_str(), &converted, nullptr),
-            SUCCESS);
-  EXPECT_EQ(converted.modify_time, "") << "a name that matches after conversion only is not found";
-  _FS_FILE_V2 raw;
-  raw.attr = FS_ATTR_DIRECTORY;
-  EXPECT_EQ(protocol->GetFileInfo((std::string{"/docs/"} + fakes::kLatin1Name).c_str(), &raw, nullptr),
-            SUCCESS);
-  EXPECT_EQ(raw.modify_time, "2020-01-02T03:04:05.000Z");
-  EXPECT_EQ(raw.name, fakes::kUtf8Name);
 }
 
 }  // namespace

@@ -1,23 +1,17 @@
 // Logging in, over clear FTP: what is sent, what is logged, what comes back.
-#include <poll.h>
-#include <sys/socket.h>
-
 #include <array>
 #include <atomic>
-#include <cstdlib>
 #include <latch>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
-#include "tests/fakes/socket.h"
-#include "tests/wire/latin1_locale.h"
+#include "tests/fakes/latin1_locale.h"
 #include "tests/wire/wire_fixture.h"
 
 namespace {
 
-using fakes::FormEntries;
+using Login = wire::Wire;
 using fakes::FtpServer;
 using testing::AllOf;
 using testing::Contains;
@@ -28,11 +22,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-
-class Login : public wire::Wire {
- protected:
-  AERROR connect_with(const std::string& document) { return protocol->Connect(nullptr, document.c_str()); }
-};
 
 TEST_F(Login, LogsInOnceAndProbesTheServerOnTheSameConnection) {
   EXPECT_EQ(connect(), SUCCESS);
@@ -216,12 +205,6 @@ TEST_F(Login, AUserThatLibcurlDoesNotTakeIsNoAnonymousLogin) {
   EXPECT_THAT(log.operations(), Contains(EndsWith(", return 1")).Times(2));
 }
 
-TEST_F(Login, AProxyThatLibcurlDoesNotTakeIsNoWayAroundIt) {
-  set_options({{"proxy_type", "SOCKS5"}, {"proxy_host", std::string(8000001, 'x')}, {"proxy_port", "1"}});
-  EXPECT_EQ(connect(), FAILED);
-  EXPECT_EQ(server.connections_seen(), 0u);
-}
-
 TEST_F(Login, AServerThatDoesNotTellTheLoginDirectoryIsLoggedInToOnce) {
   server.on("PWD").reply("502 Not implemented.");
   EXPECT_EQ(connect(), SUCCESS);
@@ -294,8 +277,7 @@ TEST_F(Login, TheServerIsAskedAgainAfterALaterChoiceOfAutodetect) {
     EXPECT_EQ(connect(), SUCCESS);
     EXPECT_THAT(server.take_dialogue(), Contains(testing::EndsWith(": OPTS UTF8 ON")));
     // The refusal counts: nobody forces UTF-8 any more.
-    const wire::Latin1Locale locale;
-    ASSERT_TRUE(locale) << "localedef and the character maps of the package `locales` are needed";
+    const fakes::Latin1Locale locale;
     _FS_FILE_V2 file;
     file.name = "\xC3\xA9";
     EXPECT_EQ(protocol->CreateDirectory(earlier, &file, nullptr), FOLDER_CREATION_FAILED);
@@ -355,109 +337,6 @@ TEST_F(Login, SeveralObjectsMayLogInAtOnceFromTheFirstMomentOn) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(successes, kThreads);
-}
-
-TEST_F(Login, AProxyOfTypeNoneIsNoProxy) {
-  set_options({{"proxy_type", "None"}, {"proxy_host", "127.0.0.1"}, {"proxy_port", "1"}});
-  EXPECT_EQ(connect(), SUCCESS);
-  set_options({{"proxy_type", "SOCKS5"}, {"proxy_host", "127.0.0.1"}, {"proxy_port", "1"}});
-  EXPECT_NE(connect(), SUCCESS);
-  EXPECT_EQ(server.logins(), 1u);
-}
-
-/// Takes one HTTP request, keeps it and refuses it.
-class RefusingProxy {
- public:
-  RefusingProxy() : listener_{fakes::listen_on_loopback(AF_INET)}, thread_{[this] { serve(); }} {}
-  RefusingProxy(const RefusingProxy&) = delete;
-  RefusingProxy& operator=(const RefusingProxy&) = delete;
-  ~RefusingProxy() {
-    if (thread_.joinable()) thread_.join();
-  }
-  [[nodiscard]] std::string port() const { return std::to_string(fakes::local_port(listener_)); }
-  std::string request() {
-    thread_.join();
-    return request_;
-  }
-
- private:
-  void serve() {
-    pollfd waiting{listener_.get(), POLLIN, 0};
-    if (::poll(&waiting, 1, 30000) != 1) return;
-    const fakes::Socket client{::accept(listener_.get(), nullptr, nullptr)};
-    std::array<char, 1024> block{};
-    while (request_.find("\r\n\r\n") == std::string::npos) {
-      const ssize_t got = ::recv(client.get(), block.data(), block.size(), 0);
-      if (got <= 0) return;
-      request_.append(block.data(), static_cast<std::size_t>(got));
-    }
-    const std::string answer = "HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\n\r\n";
-    (void)::send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
-  }
-
-  fakes::Socket listener_;
-  std::string request_;
-  std::thread thread_;
-};
-
-TEST_F(Login, TheTraceHidesTheProxyPassword) {
-  RefusingProxy proxy;
-  set_options({{"proxy_type", "HTTP with TUNNEL"},
-               {"proxy_host", "127.0.0.1"},
-               {"proxy_port", proxy.port()},
-               {"proxy_user", "jane"},
-               {"proxy_password", "s3cret"}});
-  EXPECT_EQ(connect(), FAILED);
-  const std::string encoded = "amFuZTpzM2NyZXQ=";  // jane:s3cret
-  EXPECT_THAT(proxy.request(), HasSubstr("Proxy-Authorization: Basic " + encoded));
-  EXPECT_THAT(log.lines(), Each(Not(HasSubstr(encoded))));
-  EXPECT_THAT(log.lines(), Contains(AllOf(StartsWith("1 [NETWORK   ] [HEADER   <<] CONNECT 127.0.0.1:"),
-                                          HasSubstr("Proxy-Authorization: ***"), HasSubstr("User-Agent:"))));
-}
-
-TEST_F(Login, TheFormsProxyCountsButItsProxyPasswordDoesNot) {
-  RefusingProxy proxy;
-  set_options({{"proxy_type", "HTTP with TUNNEL"}});
-  EXPECT_EQ(
-      connect_with(
-          "[{\"data\":[{\"url\":{\"value\":\"" + server.url() +
-          "\"}},{\"proxy_host\":{\"value\":\"127.0.0.1\"}},{\"proxy_port\":{\"value\":\"" + proxy.port() +
-          "\"}},{\"proxy_user\":{\"value\":\"jane\"}},{\"proxy_password\":{\"value\":\"s3cret\"}}]}]"),
-      FAILED);
-  EXPECT_THAT(proxy.request(), HasSubstr("Proxy-Authorization: Basic amFuZTo=\r\n")) << "jane:";
-  EXPECT_EQ(server.connections_seen(), 0u);
-}
-
-/// Sets environment variables for one test.
-class Environment {
- public:
-  explicit Environment(std::vector<std::pair<const char*, std::string>> variables)
-      : variables_{std::move(variables)} {
-    for (const auto& [name, value] : variables_) setenv(name, value.c_str(), 1);
-  }
-  Environment(const Environment&) = delete;
-  Environment& operator=(const Environment&) = delete;
-  ~Environment() {
-    for (const auto& [name, value] : variables_) unsetenv(name);
-  }
-
- private:
-  std::vector<std::pair<const char*, std::string>> variables_;
-};
-
-TEST_F(Login, TakesNoProxyFromTheEnvironment) {
-  const std::string nobody = "http://127.0.0.1:1";
-  const Environment environment{{{"ftp_proxy", nobody}, {"all_proxy", nobody}}};
-  EXPECT_EQ(connect(), SUCCESS);
-}
-
-TEST_F(Login, TheEnvironmentDoesNotBypassTheProxy) {
-  const Environment environment{{{"no_proxy", "*"}}};
-  RefusingProxy proxy;
-  set_options(
-      {{"proxy_type", "HTTP with TUNNEL"}, {"proxy_host", "127.0.0.1"}, {"proxy_port", proxy.port()}});
-  EXPECT_EQ(connect(), FAILED);
-  EXPECT_EQ(server.connections_seen(), 0u);
 }
 
 }  // namespace

@@ -12,7 +12,6 @@ namespace {
 using fakes::FetchSink;
 using fakes::FileList;
 using fakes::Gate;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Le;

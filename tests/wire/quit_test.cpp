@@ -10,7 +10,6 @@ using fakes::FetchSink;
 using fakes::FileList;
 using std::chrono::seconds;
 using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::Ge;
 using testing::IsEmpty;

@@ -18,7 +18,6 @@ using testing::IsEmpty;
 using testing::Le;
 using testing::Not;
 using testing::Pair;
-using testing::StartsWith;
 
 class Read : public wire::Wire {
  protected:

@@ -6,9 +6,7 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr const char* kCreated = "2001-01-01T00:00:00.000Z";

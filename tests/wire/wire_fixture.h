@@ -33,8 +33,11 @@ class Wire : public testing::Test {
 
   /// Logs in to the server's root, anonymously unless `more` says otherwise.
   AERROR connect(const std::string& path = "", const fakes::FormEntries& more = {}) {
-    return protocol->Connect(nullptr, fakes::login_document(server.url(path), "", "", more).c_str());
+    return connect_with(fakes::login_document(server.url(path), "", "", more));
   }
+
+  /// Logs in with this login document.
+  AERROR connect_with(const std::string& document) { return protocol->Connect(nullptr, document.c_str()); }
 
   /// Logs in and forgets what it took, so that a test sees its own operation only.
   void connected(const std::string& path = "", const fakes::FormEntries& more = {}) {
