@@ -22,7 +22,7 @@
 #include "tests/live/session.h"
 #include "tests/servers/daemons.h"
 #include "tests/servers/sshd.h"
-#include "tests/unit/common/time_zone.h"
+#include "tests/fakes/time_zone.h"
 
 namespace {
 

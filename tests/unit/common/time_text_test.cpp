@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/unit/common/time_zone.h"
+#include "tests/fakes/time_zone.h"
 
 namespace ftp_plugin {
 namespace {
