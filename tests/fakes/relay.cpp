@@ -29,11 +29,11 @@ struct Way {
   int from;
   int to;
   bool reading = true;
-  std::deque<Piece> on_the_road{};
-  std::size_t bytes = 0;  // of all pieces on the road
+  std::deque<Piece> in_flight{};
+  std::size_t bytes = 0;  // of all pieces in flight
 
   [[nodiscard]] bool due(Clock::time_point now) const {
-    return !on_the_road.empty() && on_the_road.front().due <= now;
+    return !in_flight.empty() && in_flight.front().due <= now;
   }
 };
 
@@ -69,14 +69,14 @@ bool take(Way& way, Clock::time_point due, std::size_t most, std::size_t& count)
   count = static_cast<std::size_t>(got);
   way.reading = got != 0;
   way.bytes += count;
-  way.on_the_road.push_back({due, std::string(buffer.data(), count)});
+  way.in_flight.push_back({due, std::string(buffer.data(), count)});
   return true;
 }
 
 /// Hands over what is due; false when the connection is broken.
 bool hand_over(Way& way, Clock::time_point now) {
   while (way.due(now)) {
-    Piece& piece = way.on_the_road.front();
+    Piece& piece = way.in_flight.front();
     if (piece.bytes.empty()) {
       ::shutdown(way.to, SHUT_WR);
     } else {
@@ -87,7 +87,7 @@ bool hand_over(Way& way, Clock::time_point now) {
       way.bytes -= static_cast<std::size_t>(put);
       if (piece.sent < piece.bytes.size()) return true;
     }
-    way.on_the_road.pop_front();
+    way.in_flight.pop_front();
   }
   return true;
 }
@@ -124,8 +124,8 @@ void Relay::run() {
       watched.push_back({each.client.get(), events(each.up, each.down, now), 0});
       watched.push_back({each.server.get(), events(each.down, each.up, now), 0});
       for (const Way* way : {&each.up, &each.down}) {
-        if (way->on_the_road.empty() || way->due(now)) continue;
-        if (!next || way->on_the_road.front().due < *next) next = way->on_the_road.front().due;
+        if (way->in_flight.empty() || way->due(now)) continue;
+        if (!next || way->in_flight.front().due < *next) next = way->in_flight.front().due;
       }
     }
     timespec left{};
@@ -151,12 +151,12 @@ void Relay::run() {
         good = take(each.down, now + options_.delay, most, count);
         each.from_server += count;
         from_server_ += count;
-        most_on_the_road_ = std::max(most_on_the_road_.load(), each.down.bytes);
+        most_in_flight_ = std::max(most_in_flight_.load(), each.down.bytes);
         each.stall_behind(options_.stall_after);
       }
       good = good && hand_over(each.up, now) && hand_over(each.down, now);
       const bool cut = options_.cut_after != 0 && each.from_server >= options_.cut_after;
-      const bool idle = each.up.on_the_road.empty() && each.down.on_the_road.empty();
+      const bool idle = each.up.in_flight.empty() && each.down.in_flight.empty();
       each.over = !good || (idle && (cut || (!each.up.reading && !each.down.reading)));
     }
     open.remove_if([](const Connection& each) { return each.over; });

@@ -35,8 +35,8 @@ class Relay {
   [[nodiscard]] std::size_t connections() const noexcept { return connections_; }
   /// Bytes that came from the server so far, over all connections.
   [[nodiscard]] std::size_t from_server() const noexcept { return from_server_; }
-  /// The most bytes from the server that one connection ever had on the road at a time.
-  [[nodiscard]] std::size_t most_on_the_road() const noexcept { return most_on_the_road_; }
+  /// The most bytes from the server that one connection ever had in flight at a time.
+  [[nodiscard]] std::size_t most_in_flight() const noexcept { return most_in_flight_; }
 
  private:
   void run();
@@ -49,7 +49,7 @@ class Relay {
   Socket stop_;  // readable once the relay is to end
   std::atomic<std::size_t> connections_{0};
   std::atomic<std::size_t> from_server_{0};
-  std::atomic<std::size_t> most_on_the_road_{0};
+  std::atomic<std::size_t> most_in_flight_{0};
   std::thread thread_;
 };
 

@@ -6,19 +6,17 @@
 #include <optional>
 #include <string>
 
-namespace ftp_plugin {
+namespace fakes {
 
 /// Sets the process's time zone for its lifetime.
-class time_zone {
+class ScopedTimeZone {
  public:
-  explicit time_zone(const char* name) {
-    if (const char* before = std::getenv("TZ"); before != nullptr) {
-      before_ = before;
-    }
+  explicit ScopedTimeZone(const char* name) {
+    if (const char* before = std::getenv("TZ")) before_ = before;
     setenv("TZ", name, 1);
     tzset();
   }
-  ~time_zone() {
+  ~ScopedTimeZone() {
     if (before_) {
       setenv("TZ", before_->c_str(), 1);
     } else {
@@ -26,11 +24,11 @@ class time_zone {
     }
     tzset();
   }
-  time_zone(const time_zone&) = delete;
-  time_zone& operator=(const time_zone&) = delete;
+  ScopedTimeZone(const ScopedTimeZone&) = delete;
+  ScopedTimeZone& operator=(const ScopedTimeZone&) = delete;
 
  private:
   std::optional<std::string> before_;
 };
 
-}  // namespace ftp_plugin
+}  // namespace fakes

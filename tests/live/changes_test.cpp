@@ -15,24 +15,19 @@
 #include <vector>
 
 #include "tests/fakes/bytes.h"
+#include "tests/live/ftp_fixture.h"
 #include "tests/live/session.h"
-#include "tests/servers/ftp_servers.h"
+#include "tests/servers/disk.h"
 
 namespace {
 
 using fakes::some_bytes;
 using live::Session;
 using live::time_text;
-using servers::Daemon;
-using servers::Server;
+using servers::bytes_of;
 using testing::SizeIs;
 
 namespace fs = std::filesystem;
-
-std::string bytes_of(const fs::path& path) {
-  std::ifstream file{path, std::ios::binary};
-  return {std::istreambuf_iterator<char>{file}, {}};
-}
 
 _FS_FILE_V2 named(const std::string& name, std::uint32_t attr = FS_ATTR_FILE) {
   _FS_FILE_V2 file;
@@ -41,15 +36,9 @@ _FS_FILE_V2 named(const std::string& name, std::uint32_t attr = FS_ATTR_FILE) {
   return file;
 }
 
-class LiveChanges : public testing::TestWithParam<Server> {
+class LiveChanges : public live::OnFtpServer {
  protected:
-  static void SetUpTestSuite() {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
   bool exists(const std::string& path) const { return fs::exists(server_.folder() / path); }
-
-  Daemon server_ = GetParam().start();
 };
 
 TEST_P(LiveChanges, CreatesDirectoriesAndTellsWhatTheServerSees) {

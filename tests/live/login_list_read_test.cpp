@@ -3,14 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <vector>
 
 #include "tests/fakes/bytes.h"
+#include "tests/live/ftp_fixture.h"
 #include "tests/live/session.h"
-#include "tests/servers/ftp_servers.h"
 
 namespace {
 
@@ -18,7 +17,6 @@ using fakes::some_bytes;
 using live::Session;
 using live::time_text;
 using servers::Daemon;
-using servers::Server;
 using servers::Tls;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -33,17 +31,8 @@ std::vector<std::string> keys_of(const std::map<std::string, _FS_FILE_V2>& files
   return keys;
 }
 
-class LiveServer : public testing::TestWithParam<Server> {
- protected:
-  // LIST carries local times of nobody knows where; both sides keep to UTC here.
-  static void SetUpTestSuite() {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
-  Daemon server_ = GetParam().start();
-};
-
-class LiveLogin : public LiveServer {};
+class LiveServer : public live::OnFtpServer {};
+class LiveLogin : public live::OnFtpServer {};
 
 TEST_P(LiveLogin, TakesTheLoginAndEncryptsWhenItCan) {
   const Session session{server_};

@@ -10,6 +10,7 @@
 #include <string>
 #include <tuple>
 
+#include "tests/fakes/time_zone.h"
 #include "tests/live/session.h"
 #include "tests/servers/ftp_servers.h"
 
@@ -28,24 +29,9 @@ struct Zone {
 };
 void PrintTo(const Zone& zone, std::ostream* out) { *out << zone.label; }
 
-/// The time zone of this process for the length of a scope.
-class ScopedZone {
- public:
-  explicit ScopedZone(const char* name) {
-    setenv("TZ", name, 1);
-    tzset();
-  }
-  ScopedZone(const ScopedZone&) = delete;
-  ScopedZone& operator=(const ScopedZone&) = delete;
-  ~ScopedZone() {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
-};
-
 class LiveTimes : public testing::TestWithParam<std::tuple<Server, Zone>> {
  protected:
-  const ScopedZone zone_{std::get<1>(GetParam()).name};
+  const fakes::ScopedTimeZone zone_{std::get<1>(GetParam()).name};
   Daemon server_ = std::get<0>(GetParam()).start();  // in the same time zone
 };
 
@@ -90,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 TEST(LiveTime, DoesNotDependOnTheZoneOfTheServer) {
-  const ScopedZone zone{"America/New_York"};
+  const fakes::ScopedTimeZone zone{"America/New_York"};
   Daemon server = servers::start_proftpd({.time_zone = "Asia/Kolkata"});
   server.add_file("a.txt", "hello");
   const Session session{server};

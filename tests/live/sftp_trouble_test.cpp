@@ -22,6 +22,7 @@
 #include "tests/fakes/host.h"
 #include "tests/fakes/plugin.h"
 #include "tests/fakes/relay.h"
+#include "tests/servers/disk.h"
 #include "tests/servers/sshd.h"
 
 // Of the address sanitizer; null without it.
@@ -33,17 +34,13 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using fakes::some_bytes;
+using servers::bytes_of;
 using servers::Sshd;
 using testing::IsEmpty;
 
 void add_file(const Sshd& server, const std::string& name, const std::string& bytes) {
-  std::ofstream{server.home() / name, std::ios::binary} << bytes;
+  servers::write_file(server.home() / name, bytes);
   server.hand_over();
-}
-
-std::string on_disk(const fs::path& path) {
-  std::ifstream file{path, std::ios::binary};
-  return {std::istreambuf_iterator<char>{file}, {}};
 }
 
 /// One login with the user's home as the root.
@@ -183,7 +180,7 @@ TEST(SftpKeys, MayBeChangedAtAnyTime) {
   EXPECT_EQ(client.protocol->Read("/f", 0, length, fakes::make_handle(), &sink, nullptr), SUCCESS);
   EXPECT_TRUE(sink.bytes() == bytes);
   EXPECT_EQ(client.upload("g", bytes), SUCCESS);
-  EXPECT_TRUE(on_disk(server.home() / "g") == bytes);
+  EXPECT_TRUE(bytes_of(server.home() / "g") == bytes);
 }
 
 TEST(SftpFolder, ThatChangesWhileItIsListedLosesNoneOfWhatStays) {
@@ -277,7 +274,7 @@ class Worker {
         some_bytes(20'000 + static_cast<std::size_t>(n) * 1'000, static_cast<unsigned>(n));
     const std::string other = own_ + " renamed";
     demand(client_.upload(own_, bytes) == SUCCESS, "upload");
-    demand(on_disk(server_.home() / own_) == bytes, "bytes of the upload");
+    demand(bytes_of(server_.home() / own_) == bytes, "bytes of the upload");
     _FS_FILE_V2 record;
     record.name = other;
     demand(client_.protocol->Rename(("/" + own_).c_str(), "", &record, nullptr) == SUCCESS, "rename");

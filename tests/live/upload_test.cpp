@@ -18,8 +18,9 @@
 #include <vector>
 
 #include "tests/fakes/bytes.h"
+#include "tests/live/ftp_fixture.h"
 #include "tests/live/session.h"
-#include "tests/servers/ftp_servers.h"
+#include "tests/servers/disk.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ using fakes::CacheSource;
 using fakes::some_bytes;
 using live::Session;
 using live::time_text;
+using servers::bytes_of;
 using servers::Daemon;
 using servers::Server;
 using servers::Tls;
@@ -37,11 +39,6 @@ using testing::Le;
 using testing::SizeIs;
 
 namespace fs = std::filesystem;
-
-std::string bytes_of(const fs::path& path) {
-  std::ifstream file{path, std::ios::binary};
-  return {std::istreambuf_iterator<char>{file}, {}};
-}
 
 /// Uploads from `cache` under `name` into `folder`; `file` becomes the record.
 AERROR upload(const Session& session, const char* folder, const std::string& name, std::int64_t size,
@@ -59,14 +56,7 @@ AERROR upload(const Session& session, const char* folder, const std::string& nam
   return upload(session, folder, name, static_cast<std::int64_t>(bytes.size()), cache, file);
 }
 
-class LiveUpload : public testing::TestWithParam<Server> {
- protected:
-  static void SetUpTestSuite() {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
-  Daemon server_ = GetParam().start();
-};
+class LiveUpload : public live::OnFtpServer {};
 
 TEST_P(LiveUpload, StoresFilesOfEverySizeByteForByte) {
   server_.add_folder("in");

@@ -141,11 +141,6 @@ void write_text(const fs::path& path, const std::string& text, fs::perms mode) {
   if (!file.flush()) fail("cannot write " + path.string());
 }
 
-std::string read_text(const fs::path& path) {
-  std::ifstream file{path, std::ios::binary};
-  return {std::istreambuf_iterator<char>{file}, {}};
-}
-
 void run(const std::vector<std::string>& command) {
   std::vector<std::string> copy = command;
   std::vector<char*> arguments;
@@ -279,7 +274,7 @@ std::string Daemon::State::log() const {
   std::vector<fs::path> files;
   for (const auto& entry : fs::directory_iterator{logs}) files.push_back(entry.path());
   std::sort(files.begin(), files.end());
-  for (const fs::path& path : files) text += "--- " + path.filename().string() + "\n" + read_text(path);
+  for (const fs::path& path : files) text += "--- " + path.filename().string() + "\n" + bytes_of(path);
   return text;
 }
 
@@ -341,10 +336,7 @@ fs::path Daemon::add_file(const std::string& path, std::string_view bytes, std::
   file.close();
   if (!file) fail("cannot write " + full.string());
   give_to_server(full);
-  if (modified != 0) {
-    const timespec times[2] = {{modified, 0}, {modified, 0}};
-    if (utimensat(AT_FDCWD, full.c_str(), times, 0) != 0) fail_errno("utimensat " + full.string());
-  }
+  if (modified != 0) set_time(full, modified);
   return full;
 }
 

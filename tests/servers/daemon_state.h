@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/servers/daemons.h"
+#include "tests/servers/disk.h"
 
 namespace servers {
 
@@ -36,7 +37,6 @@ void give_to_server(const std::filesystem::path& path);
 
 void write_text(const std::filesystem::path& path, const std::string& text,
                 std::filesystem::perms mode = std::filesystem::perms{0644});
-[[nodiscard]] std::string read_text(const std::filesystem::path& path);
 /// Runs a helper program to its end; a program that fails, fails the test.
 void run(const std::vector<std::string>& command);
 [[nodiscard]] std::string quoted(const std::filesystem::path& path);

@@ -140,8 +140,7 @@ Daemon start_pure_ftpd(const DaemonOptions& options) {
                                    "--maxidletime=60"};
   if (options.tls == Tls::kExplicit) {
     state->make_certificate();
-    write_text(state->file("both.pem"),
-               read_text(state->file("key.pem")) + read_text(state->file("cert.pem")));
+    write_text(state->file("both.pem"), bytes_of(state->file("key.pem")) + bytes_of(state->file("cert.pem")));
     command.push_back("--tls=1");
     command.push_back("--certfile=" + state->file("both.pem").string());
   }
@@ -166,8 +165,7 @@ Daemon start_pyftpdlib(const DaemonOptions& options) {
                                    kPassword};
   if (options.tls == Tls::kExplicit) {
     state->make_certificate();
-    write_text(state->file("both.pem"),
-               read_text(state->file("key.pem")) + read_text(state->file("cert.pem")));
+    write_text(state->file("both.pem"), bytes_of(state->file("key.pem")) + bytes_of(state->file("cert.pem")));
     command.push_back(state->file("both.pem").string());
   }
   // What is unpacked is for the daemons; Python has its own libraries.

@@ -12,13 +12,13 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <thread>
+
+#include "tests/servers/disk.h"
 
 namespace {
 
@@ -84,8 +84,7 @@ TEST_P(EveryServer, ServesAndTakesFilesOfItsUserOnly) {
   const Answer write = curl(server, row.options.tls, "/folder/new.txt",
                             "-T " + (server.folder() / "folder/hello.txt").string());
   EXPECT_EQ(write.code, 0) << write.out << server.log();
-  std::ifstream file{server.folder() / "folder/new.txt"};
-  EXPECT_EQ((std::string{std::istreambuf_iterator<char>{file}, {}}), "hello");
+  EXPECT_EQ(servers::bytes_of(server.folder() / "folder/new.txt"), "hello");
 
   const Answer refused = curl(server, row.options.tls, "/", "", "wrong");
   EXPECT_EQ(refused.code, 67) << refused.out;

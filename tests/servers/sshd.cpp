@@ -17,12 +17,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
 
 #include "tests/fakes/socket.h"
+#include "tests/servers/disk.h"
 
 namespace servers {
 namespace {
@@ -35,11 +35,6 @@ constexpr auto kLook = 5ms;  // between two looks at whether something has happe
 constexpr int kPortsToTry = 20;
 
 [[noreturn]] void fail(const std::string& what) { throw std::runtime_error{"sshd: " + what}; }
-
-std::string text_of(const fs::path& file) {
-  std::ifstream in{file, std::ios::binary};
-  return {std::istreambuf_iterator<char>{in}, {}};
-}
 
 void write(const fs::path& file, std::string_view text) {
   std::ofstream out{file, std::ios::binary};
@@ -135,7 +130,7 @@ void Sshd::prepare(const SshdOptions& options) {
         {"ecdsa", "ecdsa", ""},
         {"ecdsa_phrase", "ecdsa", pass_phrase()}}) {
     run({"ssh-keygen", "-q", "-t", type, "-N", phrase, "-f", (folder_ / name).string()});
-    public_keys += text_of(folder_ / (name + ".pub"));
+    public_keys += bytes_of(folder_ / (name + ".pub"));
   }
   write(folder_ / "authorized_keys", public_keys);
 
@@ -247,7 +242,7 @@ void Sshd::end_sftp_processes() const {
   }
 }
 
-std::string Sshd::log() const { return text_of(folder_ / "log"); }
+std::string Sshd::log() const { return bytes_of(folder_ / "log"); }
 
 std::size_t Sshd::logins() const {
   const std::string text = log();

@@ -17,6 +17,8 @@
 namespace ftp_plugin {
 namespace {
 
+using fakes::ScopedTimeZone;
+
 constexpr const char* kZones[] = {
     "UTC",           "America/New_York", "America/St_Johns",    "Asia/Kolkata",
     "Europe/London", "Europe/Moscow",    "Australia/Lord_Howe", "Africa/Monrovia",
@@ -26,7 +28,7 @@ constexpr const char* kZones[] = {
 constexpr time_t kJan2020 = 1577836800;
 constexpr time_t kJuly2020 = 1593561600;
 
-/// The road of every seconds-to-text function, step by step.
+/// The steps of every seconds-to-text function, one by one.
 std::string literal_text(time_t seconds) {
   tm local{};
   localtime_r(&seconds, &local);
@@ -41,7 +43,7 @@ std::string literal_text(time_t seconds) {
 
 class InZone : public testing::TestWithParam<const char*> {
  private:
-  time_zone zone_{GetParam()};
+  ScopedTimeZone zone_{GetParam()};
 };
 INSTANTIATE_TEST_SUITE_P(, InZone, testing::ValuesIn(kZones), [](auto& row) {
   return std::regex_replace(std::string{row.param}, std::regex{"[^A-Za-z]"}, "_");
@@ -92,7 +94,7 @@ TEST_P(InZone, TheNamesForServerTimesAnswerTheSameText) {
 }
 
 TEST(TimeToRFC3339, PadsEveryFieldToItsWidth) {
-  const time_zone utc{"UTC"};
+  const ScopedTimeZone utc{"UTC"};
   EXPECT_EQ(TimeToRFC3339(kJan2020), "2020-01-01T00:00:00.000Z");
   EXPECT_EQ(TimeToRFC3339(-2147483648), "1901-12-13T20:45:52.000Z");
   EXPECT_EQ(TimeToRFC3339(2147483647), "2038-01-19T03:14:07.000Z");
@@ -100,7 +102,7 @@ TEST(TimeToRFC3339, PadsEveryFieldToItsWidth) {
 }
 
 TEST(TimeToRFC3339, WritesYearsOfOtherLengthsToo) {
-  const time_zone utc{"UTC"};
+  const ScopedTimeZone utc{"UTC"};
   EXPECT_EQ(TimeToRFC3339(253402300800), "10000-01-01T00:00:00.000Z");
   EXPECT_EQ(TimeToRFC3339(-62198755200), "-001-01-01T00:00:00.000Z");
 }
@@ -113,13 +115,13 @@ TEST(TimeToRFC3339, AnswersSomeTextForInstantsBeyondAllCalendars) {
 
 TEST(TimeToRFC3339, TakesOneOfTheTwoInstantsOfARepeatedHourWithoutDaylightSaving) {
   // Moscow put its clocks back by one hour on 2014-10-26, with standard time before and after.
-  const time_zone zone{"Europe/Moscow"};
+  const ScopedTimeZone zone{"Europe/Moscow"};
   const std::string text = TimeToRFC3339(1414274400 + 900);
   EXPECT_TRUE(text == "2014-10-25T22:15:00.000Z" || text == "2014-10-25T21:15:00.000Z") << text;
 }
 
 TEST(TimeToRFC3339, ThreadsDoNotDisturbEachOther) {
-  const time_zone zone{"America/New_York"};
+  const ScopedTimeZone zone{"America/New_York"};
   std::atomic<int> wrong{0};
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
@@ -138,7 +140,7 @@ TEST(TimeToRFC3339, ThreadsDoNotDisturbEachOther) {
 }
 
 TEST(AdjustOffsetForServerTime, MovesByTheOffsetOfOctober2015InEverySeason) {
-  const time_zone zone{"Asia/Kolkata"};
+  const ScopedTimeZone zone{"Asia/Kolkata"};
   EXPECT_EQ(AdjustOffsetForServerTime(kJan2020), "2020-01-01T05:30:00.000Z");
   EXPECT_EQ(AdjustOffsetForServerTime(kJuly2020), "2020-07-01T05:30:00.000Z");
   EXPECT_EQ(AdjustOffsetForServerTime(-1), "1970-01-01T05:29:59.000Z");
@@ -148,23 +150,23 @@ TEST(AdjustOffsetForServerTime, ReadsTheOffsetAsStandardTime) {
   // Daylight saving held in New York and in London on that day. The reference is read as UTC fields in
   // standard time, so the offset is the one of winter.
   {
-    const time_zone zone{"America/New_York"};
+    const ScopedTimeZone zone{"America/New_York"};
     EXPECT_EQ(AdjustOffsetForServerTime(kJuly2020), "2020-06-30T19:00:00.000Z");
   }
-  const time_zone zone{"Europe/London"};
+  const ScopedTimeZone zone{"Europe/London"};
   EXPECT_EQ(AdjustOffsetForServerTime(kJuly2020), "2020-07-01T00:00:00.000Z");
 }
 
 TEST(AdjustServerTimeOffset, MovesByTwiceTheOffset) {
   {
-    const time_zone zone{"Asia/Kolkata"};
+    const ScopedTimeZone zone{"Asia/Kolkata"};
     EXPECT_EQ(AdjustServerTimeOffset("2020-01-01T12:00:00.000Z"), "2020-01-01T01:00:00.000Z");
   }
   {
-    const time_zone zone{"America/New_York"};
+    const ScopedTimeZone zone{"America/New_York"};
     EXPECT_EQ(AdjustServerTimeOffset("2020-01-01T12:00:00.000Z"), "2020-01-01T22:00:00.000Z");
   }
-  const time_zone zone{"UTC"};
+  const ScopedTimeZone zone{"UTC"};
   EXPECT_EQ(AdjustServerTimeOffset("2020-01-01T12:00:00.000Z"), "2020-01-01T12:00:00.000Z");
 }
 
@@ -176,21 +178,21 @@ TEST(NoAdjustServerTimeOffset, ReturnsItsTextByteForByte) {
 
 TEST(RFC3339ToTM, ReadsTheTextAsLocalTime) {
   {
-    const time_zone zone{"Asia/Kolkata"};
+    const ScopedTimeZone zone{"Asia/Kolkata"};
     EXPECT_EQ(RFC3339ToTM("2020-01-01T00:00:00.000Z"), kJan2020 - 19800);
   }
-  const time_zone zone{"UTC"};
+  const ScopedTimeZone zone{"UTC"};
   EXPECT_EQ(RFC3339ToTM("2020-01-01T00:00:00.000Z"), kJan2020);
 }
 
 TEST(RFC3339ToTM, ReadsSummerAsStandardTimeOneHourOff) {
-  const time_zone zone{"America/New_York"};
+  const ScopedTimeZone zone{"America/New_York"};
   EXPECT_EQ(RFC3339ToTM("2020-01-01T00:00:00"), kJan2020 + 5 * 3600);
   EXPECT_EQ(RFC3339ToTM("2020-07-01T00:00:00"), kJuly2020 + 5 * 3600);  // the clocks said 4 hours
 }
 
 TEST(RFC3339ToTM, IgnoresWhatFollowsTheSeconds) {
-  const time_zone zone{"UTC"};
+  const ScopedTimeZone zone{"UTC"};
   for (const char* text : {"2020-01-01T00:00:00", "2020-01-01T00:00:00Z", "2020-01-01T00:00:00.999+05:00",
                            "2020-1-1T0:0:0 and more", "2020-01-01T00:00:0x"}) {
     EXPECT_EQ(RFC3339ToTM(text), kJan2020) << text;
@@ -198,7 +200,7 @@ TEST(RFC3339ToTM, IgnoresWhatFollowsTheSeconds) {
 }
 
 TEST(RFC3339ToTM, TakesWhatATextDoesNotHoldAsZero) {
-  const time_zone zone{"UTC"};
+  const ScopedTimeZone zone{"UTC"};
   // Year 1900, month -1, day 0 is 1899-11-30.
   EXPECT_EQ(TimeToRFC3339(RFC3339ToTM("")), "1899-11-30T00:00:00.000Z");
   EXPECT_EQ(TimeToRFC3339(RFC3339ToTM("2020")), "2019-11-30T00:00:00.000Z");
@@ -207,7 +209,7 @@ TEST(RFC3339ToTM, TakesWhatATextDoesNotHoldAsZero) {
 }
 
 TEST(RFC3339ToTM, SurvivesNumbersThatFitNowhere) {
-  const time_zone zone{"UTC"};
+  const ScopedTimeZone zone{"UTC"};
   (void)RFC3339ToTM("-2147483648--2147483648--2147483648T-2147483648:-2147483648:-2147483648");
   EXPECT_NE(TMToRFC3339([] {
               static tm bt{};
@@ -220,7 +222,7 @@ TEST(RFC3339ToTM, SurvivesNumbersThatFitNowhere) {
 
 TEST(RFC3339ToLocalTM, ReadsTheTextAsUtcWhereNoDaylightSavingHolds) {
   for (const char* name : {"UTC", "America/New_York", "Asia/Kolkata", "Europe/London"}) {
-    const time_zone zone{name};
+    const ScopedTimeZone zone{name};
     EXPECT_EQ(RFC3339ToLocalTM("2020-01-01T00:00:00.000Z"), kJan2020) << name;
   }
 }
@@ -233,7 +235,7 @@ TEST(TMToRFC3339, WritesTheFieldsAsTheyStand) {
   bt.tm_min = 34;
   bt.tm_sec = 56;
   for (const char* name : kZones) {
-    const time_zone zone{name};
+    const ScopedTimeZone zone{name};
     EXPECT_EQ(TMToRFC3339(&bt), "2020-01-05T12:34:56.000Z") << name;
   }
 }
@@ -251,7 +253,7 @@ TEST(TMToRFC3339, DoesNotNormalise) {
 }
 
 TEST(TMToUTCRFC3339, NormalisesInPlaceAndWritesUtc) {
-  const time_zone zone{"Asia/Kolkata"};
+  const ScopedTimeZone zone{"Asia/Kolkata"};
   tm bt{};
   bt.tm_year = 119;
   bt.tm_mon = 12;
@@ -266,7 +268,7 @@ TEST(TMToUTCRFC3339, NormalisesInPlaceAndWritesUtc) {
 }
 
 TEST(GetSystemTimeRfc3339, HasMillisecondsAndNoZoneLetter) {
-  const time_zone zone{"Asia/Kolkata"};
+  const ScopedTimeZone zone{"Asia/Kolkata"};
   const time_t before = time(nullptr);
   const std::string text = GetSystemTimeRfc3339();
   const time_t after = time(nullptr);

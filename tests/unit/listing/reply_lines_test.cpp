@@ -40,7 +40,7 @@ TEST(ReplyLines, LoseOneCarriageReturnAtTheEnd) {
   EXPECT_EQ(lines_of("\r"), Lines{""});
 }
 
-// The lines are those of split on "\n", which the road of a listing is too long for.
+// The lines are those that split makes at "\n".
 TEST(ReplyLines, AreThePiecesOfSplit) {
   std::minstd_rand random{7};
   const std::string letters = "a\n\r ";

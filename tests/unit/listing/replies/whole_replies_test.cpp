@@ -1,22 +1,21 @@
-// Whole replies, one file per server family, through the road that a listing takes. Beside each `NAME.txt`
-// stands `NAME.expected`: one line per delivered record, "ATTRIBUTE SIZE TIME NAME", with "-" for an empty
-// time. Names that begin with "mlsd" or "sftp" say how a reply is read; all others are LIST replies. The
-// clock stands still at 2024-06-15T12:00:00Z, and no result may depend on the machine's time zone.
+// Whole replies, one file per server family, through the pipeline that a listing takes. Beside each
+// `NAME.txt` stands `NAME.expected`: one line per delivered record, "ATTRIBUTE SIZE TIME NAME", with "-" for
+// an empty time. Names that begin with "mlsd" or "sftp" say how a reply is read; all others are LIST replies.
+// The clock stands still at 2024-06-15T12:00:00Z, and no result may depend on the machine's time zone.
 #include <gtest/gtest.h>
 #include <time.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "listing/delivery.h"
+#include "tests/fakes/time_zone.h"
 #include "tests/unit/listing/utc.h"
 
 namespace ftp_plugin {
@@ -47,29 +46,6 @@ Texts families() {
   return names;
 }
 
-/// Sets the zone of the process; the old one comes back at the end.
-class TimeZone {
- public:
-  explicit TimeZone(const char* name) {
-    if (const char* before = std::getenv("TZ")) before_ = before;
-    setenv("TZ", name, 1);
-    tzset();
-  }
-  ~TimeZone() {
-    if (before_) {
-      setenv("TZ", before_->c_str(), 1);
-    } else {
-      unsetenv("TZ");
-    }
-    tzset();
-  }
-  TimeZone(const TimeZone&) = delete;
-  TimeZone& operator=(const TimeZone&) = delete;
-
- private:
-  std::optional<std::string> before_;
-};
-
 class Printer final : public IFileList {
  public:
   int AddFile(_FS_FILE_V2* file) override {
@@ -89,7 +65,7 @@ class WholeReply : public testing::TestWithParam<std::tuple<std::string, const c
 
 TEST_P(WholeReply, GivesTheExpectedRecords) {
   const auto& [name, zone] = GetParam();
-  const TimeZone in_zone{zone};
+  const fakes::ScopedTimeZone in_zone{zone};
   const std::string charset;
   std::atomic<bool> vxworks{false};
   const list_clock clock = list_clock_at(utc(2024, 6, 15, 12));
