@@ -9,32 +9,24 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <iterator>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
-#include "protocol/protocol.h"
 #include "tests/fakes/bytes.h"
 #include "tests/live/session.h"
-
-// No document has a field for a key file: the settings map of the object is the only way to name one. An
-// explicit instantiation may name a private member.
-namespace {
-ftp_plugin::settings_map& settings_of(ftp_plugin::Protocol& protocol);
-template <auto Member>
-struct Opener {
-  friend ftp_plugin::settings_map& settings_of(ftp_plugin::Protocol& protocol) { return protocol.*Member; }
-};
-template struct Opener<&ftp_plugin::Protocol::options>;
-}  // namespace
+#include "tests/servers/disk.h"
 
 namespace live {
 namespace {
 
 namespace fs = std::filesystem;
+using servers::bytes_of;
 
 constexpr const char* kYes = "yes";
 constexpr int kLoginLimitSeconds = 60;
@@ -48,31 +40,18 @@ const std::vector<std::string> kAwkward = {
     "#hash?&=+", "back\\slash", "~tilde", "-dash",      " lead",           "two  blanks", "tail ", "*star",
 };
 
-std::string read_disk(const fs::path& path) {
-  std::ifstream file{path, std::ios::binary};
-  return {std::istreambuf_iterator<char>{file}, {}};
-}
-
-void write_disk(const fs::path& path, const std::string& bytes) {
+void add_file(const fs::path& path, const std::string& bytes) {
   fs::create_directories(path.parent_path());
-  std::ofstream file{path, std::ios::binary};
-  file << bytes;
-  if (!file.flush()) throw std::runtime_error{"cannot write " + path.string()};
-}
-
-void set_disk_time(const fs::path& path, std::time_t seconds) {
-  const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-  if (utimensat(AT_FDCWD, path.c_str(), times, 0) != 0)
-    throw std::runtime_error{"utimensat " + path.string()};
+  servers::write_file(path, bytes);
 }
 
 /// What the script works on, laid out before the child starts.
 void lay_out(const Target& target) {
   const fs::path& folder = target.folder;
   for (const auto& entry : fs::directory_iterator{folder}) fs::remove_all(entry);
-  write_disk(folder / "file.bin", fakes::some_bytes(kFileSize));
-  set_disk_time(folder / "file.bin", kFileTime);
-  for (const std::string& name : kAwkward) write_disk(folder / "top" / "nested dir" / name, name);
+  add_file(folder / "file.bin", fakes::some_bytes(kFileSize));
+  servers::set_time(folder / "file.bin", kFileTime);
+  for (const std::string& name : kAwkward) add_file(folder / "top" / "nested dir" / name, name);
   fs::create_directories(folder / "changes");
   target.hand_over();
 }
@@ -85,9 +64,6 @@ class Script {
   std::string log_in() {
     if (!target_.options.empty()) {
       protocol_->SetOpt("option_fields", fakes::option_document(target_.options).c_str());
-    }
-    if (!target_.key_file.empty()) {
-      settings_of(static_cast<ftp_plugin::Protocol&>(*protocol_.get()))["key_file"] = target_.key_file;
     }
     return code(protocol_->Connect(
         nullptr, fakes::login_document(target_.url, target_.user, target_.password, target_.login).c_str()));
@@ -218,13 +194,13 @@ class Script {
     const AERROR result = protocol_->Upload(("/" + folder).c_str(), fakes::make_handle(), &source, &record,
                                             UPLOAD_FLAG_NONE, nullptr);
     if (result != SUCCESS) return code(result);
-    if (read_disk(target_.folder / folder / name) != bytes) return "other bytes on disk";
+    if (bytes_of(target_.folder / folder / name) != bytes) return "other bytes on disk";
     return record.size == static_cast<std::int64_t>(bytes.size()) ? kYes : "stored; size unknown";
   }
 
   std::string moved(const char* from, const char* target, const char* name, const char* old_path,
                     const char* new_path) {
-    const std::string bytes = read_disk(target_.folder / old_path);
+    const std::string bytes = bytes_of(target_.folder / old_path);
     _FS_FILE_V2 record;
     record.name = name;
     record.attr = FS_ATTR_FILE;
@@ -232,11 +208,37 @@ class Script {
     if (result != SUCCESS) return code(result);
     if (fs::exists(target_.folder / old_path)) return "still there";
     if (!fs::exists(target_.folder / new_path)) return "lost";
-    return read_disk(target_.folder / new_path) == bytes ? kYes : "other bytes on disk";
+    return bytes_of(target_.folder / new_path) == bytes ? kYes : "other bytes on disk";
   }
 
   const Target& target_;
   fakes::ScopedProtocol protocol_;
+};
+
+/// A home directory with one SSH key, for the length of a scope; none when `key` is empty.
+class HomeWithKey {
+ public:
+  explicit HomeWithKey(const fs::path& key) {
+    if (key.empty()) return;
+    std::string name = fs::temp_directory_path() / "home_XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error{"mkdtemp " + name};
+    folder_ = name;
+    fs::create_directory(folder_ / ".ssh");
+    fs::copy_file(key, folder_ / ".ssh/id_rsa");  // the name that libcurl looks for, whatever the kind of key
+  }
+  HomeWithKey(const HomeWithKey&) = delete;
+  HomeWithKey& operator=(const HomeWithKey&) = delete;
+  ~HomeWithKey() {
+    std::error_code ignored;
+    if (!folder_.empty()) fs::remove_all(folder_, ignored);
+  }
+  /// Makes it the home of this process.
+  void move_in() const {
+    if (!folder_.empty()) setenv("HOME", folder_.c_str(), 1);
+  }
+
+ private:
+  fs::path folder_;
 };
 
 struct Step {
@@ -305,12 +307,14 @@ std::vector<std::string> step_names() {
 
 std::vector<std::string> run_script(const Target& target, int limit_seconds) {
   lay_out(target);
+  const HomeWithKey home{target.own_key};
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error{"pipe2"};
   const pid_t child = fork();
   if (child < 0) throw std::runtime_error{"fork"};
   if (child == 0) {
     close(ends[0]);
+    home.move_in();
     play(target, ends[1]);
   }
   close(ends[1]);

@@ -1,6 +1,6 @@
-// One script that a server is put through, whatever it is and on whatever road: log in, list, look up, read,
-// upload, rename, move, create, delete, set a time, and once more after a pause. Every outcome is compared
-// with the server's disk.
+// One script that a server is put through, whatever it is and over whatever connection: log in, list, look
+// up, read, upload, rename, move, create, delete, set a time, and once more after a pause. Every outcome is
+// compared with the server's disk.
 #pragma once
 
 #include <filesystem>
@@ -23,7 +23,8 @@ struct Target {
   std::function<void()> hand_over;  ///< gives everything below `folder` to the server's user
   fakes::FormEntries login = {};    ///< further login fields
   fakes::FormEntries options = {};  ///< option fields, the proxy among them
-  std::string key_file = {};        ///< private key for SFTP; then `password` is its pass phrase
+  /// A private key that the host's user keeps where SSH looks for it; used when the password is refused.
+  std::filesystem::path own_key = {};
 };
 
 /// Heads of the steps, in order.

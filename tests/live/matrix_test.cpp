@@ -1,6 +1,6 @@
-// Every server on every road, put through one script. The outcomes are the table of docs/compatibility.md: a
-// row that differs from the table fails. With COMPATIBILITY_ROWS set to a folder each test writes its row
-// there instead, and scripts/write-compatibility makes the table of them.
+// Every server over every connection type, put through one script. The outcomes are the table of
+// docs/compatibility.md: a row that differs from the table fails. With COMPATIBILITY_ROWS set to a folder
+// each test writes its row there instead, and scripts/write-compatibility makes the table of them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/fakes/time_zone.h"
 #include "tests/live/conformance.h"
 #include "tests/servers/daemons.h"
 #include "tests/servers/sshd.h"
@@ -71,7 +72,7 @@ Server hanging(const char* name, Daemon (*start)(const DaemonOptions&)) {
   return server;
 }
 
-/// OpenSSH with a password, or with the key `kind`.
+/// OpenSSH with a password, or with the user's own key, of the kind `kind`.
 Server openssh(const char* name, const char* kind = nullptr) {
   return {name, true, false, [=](bool ipv6) {
             const auto server = std::make_shared<Sshd>(servers::SshdOptions{.ipv6 = ipv6});
@@ -82,9 +83,8 @@ Server openssh(const char* name, const char* kind = nullptr) {
                              .folder = server->home(),
                              .hand_over = [server] { server->hand_over(); }}};
             if (kind != nullptr) {
-              const bool phrase = std::string{kind}.ends_with("_phrase");
-              running.target.key_file = server->key_file(kind);
-              running.target.password = phrase ? server->pass_phrase() : "";
+              running.target.own_key = server->key_file(kind);
+              running.target.password = "";
             }
             return running;
           }};
@@ -108,25 +108,24 @@ std::vector<Server> servers() {
       sftp("ProFTPD, SFTP", servers::start_proftpd_sftp),
       openssh("OpenSSH, password"),
       openssh("OpenSSH, Ed25519 key", "ed25519"),
-      openssh("OpenSSH, Ed25519 key with pass phrase", "ed25519_phrase"),
       openssh("OpenSSH, ECDSA key", "ecdsa"),
   };
 }
 
-struct Road {
+struct ConnectionType {
   const char* name;
   bool for_ssh;
   bool ipv6;
   fakes::FormEntries login;
-  /// Starts the proxy on the road, if there is one, and names it in the options.
+  /// Starts the proxy in between, if there is one, and names it in the options.
   std::function<std::shared_ptr<void>(fakes::FormEntries& options)> open;
 };
 
 std::shared_ptr<void> straight(fakes::FormEntries&) { return {}; }
 
-/// A road through a proxy, named in the plug-in's own option fields.
-Road through(const char* name, bool for_ssh, const char* type, std::function<Daemon()> start,
-             bool credentials = false) {
+/// A connection through a proxy, named in the plug-in's own option fields.
+ConnectionType through(const char* name, bool for_ssh, const char* type, std::function<Daemon()> start,
+                       bool credentials = false) {
   return {name, for_ssh, false, {}, [=](fakes::FormEntries& options) -> std::shared_ptr<void> {
             auto proxy = std::make_shared<Daemon>(start());
             options = {{"proxy_type", type},
@@ -140,7 +139,7 @@ Road through(const char* name, bool for_ssh, const char* type, std::function<Dae
           }};
 }
 
-std::vector<Road> roads() {
+std::vector<ConnectionType> connection_types() {
   return {
       {"direct, IPv4", true, false, {}, straight},
       {"direct, IPv6", true, true, {}, straight},
@@ -162,22 +161,22 @@ std::vector<Road> roads() {
 
 struct Case {
   Server server;
-  Road road;
+  ConnectionType type;
 };
-void PrintTo(const Case& which, std::ostream* out) { *out << which.road.name << ", " << which.server.name; }
+void PrintTo(const Case& which, std::ostream* out) { *out << which.type.name << ", " << which.server.name; }
 
 std::vector<Case> cases() {
   std::vector<Case> all;
-  for (const Road& road : roads()) {
+  for (const ConnectionType& type : connection_types()) {
     for (const Server& server : servers()) {
-      if (road.for_ssh || !server.is_ssh) all.push_back({server, road});
+      if (type.for_ssh || !server.is_ssh) all.push_back({server, type});
     }
   }
   return all;
 }
 
 std::string row_of(const Case& which, const std::vector<std::string>& outcomes) {
-  std::string row = std::string{"| "} + which.road.name + " | " + which.server.name + " |";
+  std::string row = std::string{"| "} + which.type.name + " | " + which.server.name + " |";
   for (const std::string& outcome : outcomes) row += " " + outcome + " |";
   return row;
 }
@@ -186,25 +185,22 @@ std::vector<std::string> table() {
   std::ifstream file{COMPATIBILITY_FILE};
   std::vector<std::string> rows;
   for (std::string line; std::getline(file, line);) {
-    if (line.starts_with("| ") && !line.starts_with("| road")) rows.push_back(line);
+    if (line.starts_with("| ") && !line.starts_with("| connection |")) rows.push_back(line);
   }
   return rows;
 }
 
 class Matrix : public testing::TestWithParam<Case> {
  protected:
-  static void SetUpTestSuite() {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
+  const fakes::ScopedTimeZone utc_{"UTC"};
 };
 
 TEST_P(Matrix, GivesTheRowOfTheTable) {
-  const auto& [server, road] = GetParam();
+  const auto& [server, type] = GetParam();
   const int limit = server.hangs ? kHangLimitSeconds : kStepLimitSeconds;
-  Running running = server.start(road.ipv6);
-  running.target.login = road.login;
-  const std::shared_ptr<void> proxy = road.open(running.target.options);
+  Running running = server.start(type.ipv6);
+  running.target.login = type.login;
+  const std::shared_ptr<void> proxy = type.open(running.target.options);
   const std::string row = row_of(GetParam(), live::run_script(running.target, limit));
   if (const char* folder = std::getenv("COMPATIBILITY_ROWS")) {
     const auto* info = testing::UnitTest::GetInstance()->current_test_info();
@@ -221,7 +217,7 @@ TEST_P(Matrix, GivesTheRowOfTheTable) {
 std::string label(const testing::TestParamInfo<Case>& info) {
   char number[8];
   (void)std::snprintf(number, sizeof number, "%03zu", info.index);
-  std::string text = std::string{number} + "_" + info.param.road.name + "_" + info.param.server.name;
+  std::string text = std::string{number} + "_" + info.param.type.name + "_" + info.param.server.name;
   std::erase_if(text, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '_'; });
   return text;
 }
@@ -231,7 +227,7 @@ INSTANTIATE_TEST_SUITE_P(, Matrix, testing::ValuesIn(cases()), label);
 TEST(CompatibilityTable, HasARowForEachCaseAndNoOther) { EXPECT_EQ(table().size(), cases().size()); }
 
 TEST(CompatibilityTable, HasTheStepsOfTheScript) {
-  std::string head = "| road | server |";
+  std::string head = "| connection | server |";
   for (const std::string& step : live::step_names()) head += " " + step + " |";
   std::ifstream file{COMPATIBILITY_FILE};
   std::ostringstream text;
