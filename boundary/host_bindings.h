@@ -13,11 +13,11 @@ extern const char* const protocol_version;  ///< "1.0.0"
 [[nodiscard]] ILog* current_logger() noexcept;
 
 /// Binds `log`. Returns false and changes nothing when it is null.
-bool bind_logger(ILog* log) noexcept;
+[[nodiscard]] bool bind_logger(ILog* log) noexcept;
 void unbind_logger() noexcept;
 
 /// Keeps `queue`. Returns false and changes nothing when it is null.
-bool bind_async_queue(void* queue) noexcept;
+[[nodiscard]] bool bind_async_queue(void* queue) noexcept;
 void unbind_async_queue() noexcept;
 
 }  // namespace ftp_plugin

@@ -1,12 +1,15 @@
 // One handle on JSON: what the host hands over as text, and what it gets.
 //
-// A JsonObject either owns a value or is a view of a value inside another object's tree. Views are what
-// GetObject, the index operators, Copy and the construction from a Json::Value answer; they must not outlive
-// the tree, and nothing guards that. One thread at a time may use a tree.
+// A JsonObject either owns a value or is a view of a value inside another object's tree. GetObject, the index
+// operators, Copy and the construction from a Json::Value make views; they must not outlive the tree, and
+// nothing guards that. One thread at a time may use a tree.
 //
 // Errors are thrown. Of its own it throws a bare AERROR: JSON_PARSE_FAILED for text that is no JSON,
 // ACCESS_VIOLATION for a path without a value. What jsoncpp does not allow, such as a member of an array or a
 // boolean out of text, throws Json::Exception.
+//
+// No operation uses paths, wide text, numbers, IsValid, IsArray, Copy, Remove or RemoveArrayItem: they belong
+// to the library by contract.
 #pragma once
 
 #include <json/json.h>
@@ -61,7 +64,7 @@ class JsonObject {
   /// Number of elements of an array or members of an object; 0 for everything else.
   [[nodiscard]] unsigned int GetArraySize() const;
 
-  // Each stores a deep copy and answers true.
+  // Each stores a deep copy and returns true.
   bool Insert(const char* name, const JsonObject& value);
   bool Insert(const char* name, const std::wstring& value);  ///< as UTF-8; std::range_error when it cannot be
   bool InsertArrayItem(std::string value);

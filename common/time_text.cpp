@@ -65,10 +65,9 @@ time_t local_offset(time_t seconds) noexcept {
   return static_cast<time_t>(difftime(seconds, local(utc(seconds))));
 }
 
-/// True when the local clock shows what it shows at `seconds` at no other instant: the offset from UTC is the
-/// same some hours more than a day before and after. A clock moved by a day at most, and never twice within
-/// three and a half days, cannot repeat itself in between; all zones of the time zone database are of that
-/// kind.
+/// True when `shown`, the local time at `seconds`, belongs to no other instant as well. That holds where the
+/// offset from UTC is the same 26 hours earlier and 26 hours later: zones move their clocks by a day at most,
+/// and never twice within three and a half days, so no time comes twice in between.
 bool is_shown_once(time_t seconds, const tm& shown) noexcept {
   constexpr time_t kMargin = time_t{26} * 3600;
   for (const time_t other : {subtract(seconds, kMargin), add(seconds, kMargin)}) {
@@ -80,11 +79,11 @@ bool is_shown_once(time_t seconds, const tm& shown) noexcept {
   return true;
 }
 
-// The road to text leads through local time on purpose: where a clock is put back without a change of its
-// daylight-saving flag, mktime may choose the other one of the two instants with the same local time, and the
-// host compares our texts with those that it has stored. Everywhere else mktime leads back to where it began,
-// and is left out: without TZ it looks at /etc/localtime each time, which costs more than all the rest of a
-// line of a listing. Pinned by InZone.SecondsTravelThroughLocalTimeToText and
+// Seconds become text by way of local time on purpose. Where a clock is put back without a change of its
+// daylight-saving flag, two instants have the same local time and mktime may return the other one; the host
+// compares our texts with those that it has stored. Everywhere else mktime returns the seconds that it was
+// made of, and is left out: without TZ it looks at /etc/localtime each time, which costs more than all the
+// rest of a line of a listing. Pinned by InZone.SecondsTravelThroughLocalTimeToText and
 // InZone.ClockChangesLeadThroughLocalTime.
 std::string seconds_to_text(time_t seconds) {
   tm bt{};

@@ -1,7 +1,10 @@
 // Time conversion between seconds, broken-down time and RFC 3339 text.
 // Free functions without state, safe from any thread: the zone is asked for at each call, and only re-entrant
 // functions of the C library are used. None of them reports an error: what a text does not hold reads as 0
-// (a missing year as 1900), and an instant that the C library cannot convert flows on as the instant -1.
+// (a missing year as 1900), and an instant that the C library cannot convert counts as the instant -1.
+//
+// Operations call TimeToRFC3339 and TMToRFC3339 only. No operation calls the others: they belong to the
+// library by contract.
 //
 // "UTC text" below means `YYYY-MM-DDThh:mm:ss.000Z`, 24 bytes for the years 0 to 9999; the fraction is always
 // 000. Texts are read in the form `year-month-dayThour:minute:second`; what follows the seconds is ignored.

@@ -1,4 +1,5 @@
-// Matching of names against expressions with the DOS wildcards. Free functions without state, safe from any
+// Matching of names against expressions with the DOS wildcards. No operation calls it: it belongs to the
+// library by contract. Free functions without state, safe from any
 // thread as long as nobody changes the locale. No errors.
 #pragma once
 

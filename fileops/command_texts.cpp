@@ -39,9 +39,4 @@ std::string set_time_command(const std::string& path, const std::string& time) {
                        int{minute}, int{second}, path.c_str());
 }
 
-std::string range_text(long long offset, long long length) {
-  const auto first = static_cast<unsigned long long>(offset);
-  return string_format("%llu-%llu", first, first + static_cast<unsigned long long>(length) - 1);
-}
-
 }  // namespace ftp_plugin

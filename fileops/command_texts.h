@@ -27,7 +27,4 @@ namespace ftp_plugin {
 /// missing are sent as 0, and what follows the seconds is ignored: the clock time is sent as written.
 [[nodiscard]] std::string set_time_command(const std::string& path, const std::string& time);
 
-/// The range [offset, offset + length) as libcurl takes it, both ends inclusive; `length` is above 0.
-[[nodiscard]] std::string range_text(long long offset, long long length);
-
 }  // namespace ftp_plugin

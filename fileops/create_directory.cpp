@@ -3,7 +3,6 @@
 #include "boundary/log.h"
 #include "fileops/command_texts.h"
 #include "fileops/result_codes.h"
-#include "fileops/run_post_quote.h"
 #include "transport/pool/lease.h"
 
 namespace ftp_plugin {
@@ -21,10 +20,9 @@ changed_entry create_directory(const server_view& server, const char* path, cons
 
   lease borrowed{server.connected_pool()};
   if (server_path.empty() || server_path == "/") return {FAILED, {}};  // the root can never be created
-  connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return {FAILED, {}};
+  if (!borrowed) return {FAILED, {}};
   const CURLcode code =
-      run_post_quote(con, {make_directory_command(server_path, server.is_sftp)}, CURLFTP_CREATE_DIR_RETRY);
+      borrowed.run_commands({make_directory_command(server_path, server.is_sftp)}, folder_effect::kCreates);
   if (code != CURLE_OK) return fail(code);
   borrowed.give_back();
   return {SUCCESS, id};

@@ -4,7 +4,6 @@
 
 #include "boundary/log.h"
 #include "fileops/command_texts.h"
-#include "fileops/run_post_quote.h"
 #include "transport/pool/lease.h"
 
 namespace ftp_plugin {
@@ -22,11 +21,10 @@ AERROR delete_entry(const server_view& server, const char* path, bool directory)
   }
 
   lease borrowed{server.connected_pool()};
-  connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return FAILED;
-  const CURLcode code = run_post_quote(con, {delete_command(server_path, server.is_sftp, directory)});
+  if (!borrowed) return FAILED;
+  const CURLcode code = borrowed.run_commands({delete_command(server_path, server.is_sftp, directory)},
+                                              directory ? folder_effect::kMoves : folder_effect::kNone);
   if (code != CURLE_OK) return fail(code);
-  if (directory) borrowed.folder_was_moved();
   borrowed.give_back();
   return SUCCESS;
 }

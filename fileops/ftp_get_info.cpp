@@ -23,8 +23,8 @@ void store_size_and_time(CURL* curl, _FS_FILE_V2& file) {
 
 AERROR ftp_get_info(const server_view& server, const char* path, _FS_FILE_V2& file) {
   lease borrowed{server.connected_pool()};
+  if (!borrowed) return FAILED;
   connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return FAILED;
   byte_vector ignored;
   const CURLcode code = transfer{con}
                             .set(CURLOPT_URL, request_url(server, con, path).c_str(), nullptr)

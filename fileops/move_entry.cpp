@@ -4,7 +4,6 @@
 #include "boundary/log.h"
 #include "fileops/command_texts.h"
 #include "fileops/result_codes.h"
-#include "fileops/run_post_quote.h"
 #include "transport/pool/lease.h"
 
 namespace ftp_plugin {
@@ -40,11 +39,11 @@ changed_entry move_entry(const server_view& server, const char* src, const char*
   }
 
   lease borrowed{server.connected_pool()};
-  connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return {FAILED, {}};
-  const CURLcode code = run_post_quote(con, rename_commands(source, destination, server.is_sftp));
+  if (!borrowed) return {FAILED, {}};
+  const CURLcode code =
+      borrowed.run_commands(rename_commands(source, destination, server.is_sftp),
+                            attr == FS_ATTR_FILE ? folder_effect::kNone : folder_effect::kMoves);
   if (code != CURLE_OK) return fail(code);
-  if (attr != FS_ATTR_FILE) borrowed.folder_was_moved();
   borrowed.give_back();
   return {SUCCESS, id};
 }

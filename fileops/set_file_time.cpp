@@ -2,7 +2,6 @@
 
 #include "boundary/log.h"
 #include "fileops/command_texts.h"
-#include "fileops/run_post_quote.h"
 #include "transport/pool/lease.h"
 
 namespace ftp_plugin {
@@ -21,12 +20,11 @@ AERROR set_file_time(const server_view& server, const char* path, const std::str
   if (const CURLcode code = check_command_text(server_path, false); code != CURLE_OK) return fail(code);
 
   lease borrowed{server.connected_pool()};
-  connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return FAILED;
-  const CURLcode code = run_post_quote(con, {set_time_command(server_path, time)});
+  if (!borrowed) return FAILED;
+  const CURLcode code = borrowed.run_commands({set_time_command(server_path, time)}, folder_effect::kNone);
   // Also after a refusal, which says nothing about the login.
   // Pinned by SetFileTime.ARefusalFailsAndKeepsTheConnection.
-  borrowed.give_back();
+  borrowed.give_back_if_answered(code);
   return code == CURLE_OK ? SUCCESS : fail(code);
 }
 

@@ -31,11 +31,11 @@ void store(const sftp_attributes& attributes, _FS_FILE_V2& file) {
 AERROR sftp_stat(const server_view& server, const char* path, _FS_FILE_V2& file) {
   log_operation("sftp_stat", path);
   lease borrowed{server.connected_pool()};
-  connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return FAILED;
+  if (!borrowed) return FAILED;
   const std::string remote = command_path(server, path);
   sftp_attributes attributes{};
-  const CURLcode code = run_with_retry([&] { return con.sftp().stat(remote, &write_attrs, &attributes); });
+  const CURLcode code =
+      run_with_retry([&] { return borrowed->sftp().stat(remote, &write_attrs, &attributes); });
   if (code != CURLE_OK) {
     log_exec_error("sftp_stat", path, code);
     return FAILED;

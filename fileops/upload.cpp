@@ -6,11 +6,9 @@
 #include "boundary/log.h"
 #include "fileops/result_codes.h"
 #include "fileops/upload_context.h"
-#include "transport/command_list.h"
 #include "transport/one_line.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
-#include "transport/request/progress.h"
 #include "transport/sftp/sftp_buffers.h"
 
 namespace ftp_plugin {
@@ -27,31 +25,21 @@ changed_entry upload(const server_view& server, const char* path, std::shared_pt
   if (!is_one_line(command_path(server, id.c_str()))) return fail(CURLE_URL_MALFORMAT);
 
   lease borrowed{server.connected_pool()};
-  connection& con = *borrowed;
-  const std::string url = request_url(server, con, id.c_str());
-  if (con.GETCURL() == nullptr) return {FAILED, {}};
-  con.request()->SetSpeedLimit(server.speed_limit);
-
-  command_list commands;
-  if (!server.is_sftp) add(commands, "TYPE I");
-  _RAREADCTX context{0, std::move(handle), cache, static_cast<std::uint64_t>(file.size)};
-  // The progress pair stays set on the handle, so its record belongs to the connection.
-  con.upload_progress() = bind_progress(context.handle.get(), con.GETCURL());
-  transfer request{con};
-  if (server.is_sftp)
-    request.set(CURLOPT_UPLOAD_BUFFERSIZE, upload_buffer_size(server.speed_limit), kDefaultUploadBuffer);
-  CURLcode code = request.set(CURLOPT_QUOTE, commands.get(), nullptr)
-                      .set(CURLOPT_URL, url.c_str(), nullptr)
-                      .set(CURLOPT_UPLOAD, 1L, 0L)
+  if (!borrowed) return {FAILED, {}};
+  _RAREADCTX context;
+  context.handle = std::move(handle);
+  context.cache = cache;
+  context.size = static_cast<std::uint64_t>(file.size);
+  if (server.is_sftp) context.block = static_cast<std::uint64_t>(upload_buffer_size(server.speed_limit));
+  CURLcode code = transfer{*borrowed}
+                      .set(CURLOPT_URL, request_url(server, *borrowed, id.c_str()).c_str(), nullptr)
+                      .upload(file.size, server.speed_limit)
                       .set(CURLOPT_READDATA, &context, nullptr)
                       .set(CURLOPT_READFUNCTION, &read_callback_cache_func, nullptr)
-                      .set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(file.size), curl_off_t{0})
-                      .keep(CURLOPT_XFERINFOFUNCTION, &_CURL_PROGRESS)
-                      .keep(CURLOPT_XFERINFODATA, &con.upload_progress())
-                      .set(CURLOPT_NOPROGRESS, 0L, 1L)
+                      .report_upload(context.handle.get())
                       .run();
-  con.upload_progress() = {};  // the host's context may end with this call
   // libcurl compares the lengths on FTP only; a part of a file is no stored file on SFTP either.
+  if (code == CURLE_OK) ask_for_an_empty_file(context);
   const bool whole = file.size < 0 || context.offset == context.size;  // below 0: of unknown size
   if (code == CURLE_OK && !whole) code = CURLE_PARTIAL_FILE;
   if (code != CURLE_OK) return fail(code);

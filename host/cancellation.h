@@ -1,5 +1,5 @@
-// Ctrl-C. The first one asks every transfer to stop, through the state of its handle; the second ends the
-// process.
+// Ctrl-C. The first one asks every transfer to stop, through the state of its handle. The second one ends
+// the process at once.
 #pragma once
 
 #include <atomic>
@@ -14,8 +14,8 @@
 
 namespace ftp_host {
 
-/// Create it before the first thread: SIGINT, SIGTERM and SIGHUP are blocked from then on in every thread and
-/// are read as data by one of its own, so nothing ever runs inside a signal handler.
+/// Create it before the first thread. From then on SIGINT, SIGTERM and SIGHUP are blocked in every thread;
+/// one thread of this class reads them as data, so nothing ever runs inside a signal handler.
 class Cancellation {
  public:
   Cancellation();
@@ -30,7 +30,7 @@ class Cancellation {
   void check() const;
   /// Readable from the moment a stop was asked for.
   [[nodiscard]] int event() const noexcept { return event_.get(); }
-  /// A handle for one transfer that a stop reaches; it begins stopped when the stop came before.
+  /// A handle for one transfer, which request() stops. After a request it is stopped from the beginning.
   [[nodiscard]] std::shared_ptr<_FS_HANDLE> new_handle();
 
  private:

@@ -22,10 +22,10 @@ class Messages {
   /// What is done, for a user who wants to know it all.
   virtual void detail(std::string_view text) = 0;
 
-  /// Ends the process at once with `text` as the last complaint: a call into the plug-in is still running, so
-  /// nothing may be destroyed.
+  /// Ends the process at once, with `text` as the last complaint. It is for moments when a call into the
+  /// plug-in cannot be stopped: then nothing that it uses may be destroyed.
   [[noreturn]] virtual void leave(ExitCode code, std::string_view text) = 0;
-  /// A thread was left behind inside the plug-in: the process must end without unloading it.
+  /// Says that a thread was left behind inside the plug-in: the process must end without unloading it.
   virtual void abandon() noexcept = 0;
 };
 

@@ -8,8 +8,8 @@
 namespace ftp_host {
 namespace {
 
-/// Calls `known` for each character of UTF-8 in `text`, with its bytes, and `foreign` for each byte between
-/// them that belongs to none.
+/// Calls `known` with each character of UTF-8 in `text` and its bytes, and `foreign` with each byte that
+/// belongs to none.
 template <class Known, class Foreign>
 void for_each_character(std::string_view text, const Known& known, const Foreign& foreign) {
   const char* at = text.data();

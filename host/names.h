@@ -6,8 +6,7 @@
 
 namespace ftp_host {
 
-/// A name that can be one component of a path: not empty, not "." or "..", without "/" and without a zero
-/// byte.
+/// Whether `name` can be one component of a path: not empty, not "." or "..", no "/" and no zero byte in it.
 [[nodiscard]] bool is_usable_name(std::string_view name);
 
 /// `text` with everything that could steer a terminal written out: control bytes, bytes that are not UTF-8 as

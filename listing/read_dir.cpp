@@ -7,7 +7,6 @@
 #include "boundary/log.h"
 #include "common/string_format.h"
 #include "listing/sftp_listing.h"
-#include "transport/ftp/ftp_buffers.h"
 #include "transport/one_line.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
@@ -15,12 +14,6 @@
 
 namespace ftp_plugin {
 namespace {
-
-/// The handle keeps the speed limit of the last read on it.
-void hold(long long speed_limit, transfer& request) {
-  if (speed_limit <= 0) return;
-  request.set(CURLOPT_BUFFERSIZE, ftp_download_buffer_size(speed_limit), kDefaultDownloadBuffer);
-}
 
 /// Runs the request; `text` becomes its body.
 CURLcode fetch(transfer& request, malloc_block& text) {
@@ -30,16 +23,14 @@ CURLcode fetch(transfer& request, malloc_block& text) {
   return code;
 }
 
-CURLcode list_mlsd(connection& con, const std::string& command, long long speed_limit, malloc_block& text) {
+CURLcode list_mlsd(connection& con, const std::string& command, malloc_block& text) {
   transfer request{con};
-  hold(speed_limit, request);
   return fetch(request.set(CURLOPT_CUSTOMREQUEST, command.c_str(), nullptr), text);
 }
 
-CURLcode list_url(connection& con, std::string url, long long speed_limit, malloc_block& text) {
+CURLcode list_url(connection& con, std::string url, malloc_block& text) {
   if (!url.ends_with('/')) url += '/';  // libcurl then lists the directory
   transfer request{con};
-  hold(speed_limit, request);
   return fetch(request.keep(CURLOPT_URL, url.c_str()), text);
 }
 
@@ -71,12 +62,12 @@ std::optional<raw_listing> read_dir(const server_view& server, const char* path)
   if (is_mlsd && !is_one_line(command)) return fail(CURLE_URL_MALFORMAT);
 
   lease borrowed{server.connected_pool()};
+  if (!borrowed) return std::nullopt;
   connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return std::nullopt;
   malloc_block text;
   const CURLcode code = server.is_sftp ? list_sftp(con, command_path(server, path), text)
-                        : is_mlsd      ? list_mlsd(con, command, server.speed_limit, text)
-                                  : list_url(con, request_url(server, con, path), server.speed_limit, text);
+                        : is_mlsd      ? list_mlsd(con, command, text)
+                                       : list_url(con, request_url(server, con, path), text);
   if (code != CURLE_OK) return fail(code);
   borrowed.give_back();
   return raw_listing{is_mlsd, std::move(text)};

@@ -44,7 +44,7 @@ class Protocol : public IProtocol_V2 {
   /* 14  fileops/delete_entry.h       */ AERROR DeleteDirectory(const char* id, char** message) override;
   /* 15  fileops/read_range.h         */ AERROR Read(const char* id, long long offset, long long length, std::shared_ptr<_FS_HANDLE> handle, IFetchCallback* callback, char** message) override;
   /* 16  fileops/upload.h             */ AERROR Upload(const char* id, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* source, _FS_FILE_V2* file, UPLOAD_FLAG flags, char** message) override;
-  /* 17  fileops/set_file_time.h      */ AERROR SetFileTime(const char* id, std::string first, std::string second, std::string third, _FS_FILE_V2* file, char** message) override;
+  /* 17  fileops/set_file_time.h      */ AERROR SetFileTime(const char* id, std::string create_time, std::string access_time, std::string modify_time, _FS_FILE_V2* file, char** message) override;
   /* 18  protocol/options.cpp         */ AERROR SetOpt(const char* name, const char* value) override;
   /* 19  protocol/protocol.cpp        */ AERROR GetCredential(char* buffer, int* size) override;
   /* 20  protocol/server_features.cpp */ int GetFeature() override;

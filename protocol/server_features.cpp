@@ -4,7 +4,6 @@
 #include "boundary/no_throw.h"
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
-#include "transport/command_list.h"
 #include "transport/pool/lease.h"
 #include "transport/pool/transfer.h"
 
@@ -24,24 +23,19 @@ int Protocol::SetFileTimeSupportMode() {
   if (is_sftp()) return 0;
   __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s", "SetFileTimeSupportMode");
   lease borrowed{view().connected_pool()};
-  connection& con = *borrowed;
-  if (con.GETCURL() == nullptr) return 0;
-  command_list commands;
-  add(commands, "FEAT");
+  if (!borrowed) return 0;
   byte_vector reply;
-  const CURLcode code = transfer{con}
-                            .set(CURLOPT_QUOTE, commands.get(), nullptr)
+  const CURLcode code = transfer{*borrowed}
+                            .send_before({"FEAT"})
                             .set(CURLOPT_NOBODY, 1L, 0L)
                             .set(CURLOPT_HEADER, 1L, 0L)
-                            .set(CURLOPT_HEADERFUNCTION, &write_vector_char, nullptr)
-                            .set(CURLOPT_HEADERDATA, &reply, nullptr)
+                            .copy_replies_to(reply)
                             .run();
-  con.watch_replies();
   if (code != CURLE_OK) {
     __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s SetFileTimeSupportMode exec error: [%d]",
              "SetFileTimeSupportMode", code);
   }
-  borrowed.give_back();
+  borrowed.give_back_if_answered(code);
   const std::string_view text{reply.data(), reply.size()};
   return code == CURLE_OK && text.find("MFMT") != std::string_view::npos ? 1 : 0;
 }

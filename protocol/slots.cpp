@@ -117,16 +117,16 @@ AERROR Protocol::Upload(const char* id, std::shared_ptr<_FS_HANDLE> handle, ICac
   });
 }
 
-AERROR Protocol::SetFileTime(const char* id, std::string, std::string second, std::string third,
+AERROR Protocol::SetFileTime(const char* id, std::string, std::string access_time, std::string modify_time,
                              _FS_FILE_V2* file, char** message) {
   return no_throw("SetFileTime", FAILED, [&] {
     log_operation("SetFileTime", id);
     if (!can_set_times(view())) return NOT_SUPPORTED;
     clear(message);
-    const AERROR result = set_file_time(view(), id, third);
+    const AERROR result = set_file_time(view(), id, modify_time);
     if (result != SUCCESS) return result;
-    file->modify_time = std::move(third);
-    file->access_time = std::move(second);
+    file->modify_time = std::move(modify_time);
+    file->access_time = std::move(access_time);
     return SUCCESS;
   });
 }

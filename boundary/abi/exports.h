@@ -22,7 +22,7 @@ int GetSupports();
 char** GetSupportProtocol(char** out);
 /// Creates the object for one server; `*out` is then an IProtocol_V2*, ended with Release. `name` must not
 /// be null, `manager` may be. False: nothing was created and `*out` is untouched.
-bool GetProtocol(const char* name, IProtocolManager* manager, void** out);
+[[nodiscard]] bool GetProtocol(const char* name, IProtocolManager* manager, void** out);
 /// Frees a text of GetSupportProtocol; null is ignored.
 void FreeP(void* p);
 /// "1.0.0", a constant text.
@@ -35,10 +35,10 @@ AERROR GetAuthFields(char* buffer, int* size);
 /// The same for the option fields.
 AERROR GetOptFields(char* buffer, int* size);
 /// Binds the logger of the process; null is refused.
-bool BindLogger(ILog* log);
+[[nodiscard]] bool BindLogger(ILog* log);
 void UnbindLogger();
 /// Keeps the host's queue, which is never used; null is refused.
-bool BindAsyncQ(void* queue);
+[[nodiscard]] bool BindAsyncQ(void* queue);
 void UnbindAsyncQ();
 /// Name of a code as a constant text, "Unknown" where there is none.
 const char* GetAERRORA(AERROR code);

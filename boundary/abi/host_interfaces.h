@@ -100,7 +100,8 @@ class IProtocolAuth;
 class IAuth;
 class IFileChanges;
 
-/// Answers the quota of `protocol` (the object that asks): writes both byte counts and returns true.
+/// Tells the quota of `protocol` (the object that asks): writes both byte counts and returns true. With false
+/// the counts of the last time stay.
 using QUOTA_CALLBACK = bool (*)(void* context, void* protocol, long long* total, long long* used);
 
 #if defined(__GNUC__)

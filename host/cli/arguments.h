@@ -15,8 +15,8 @@ namespace ftp_host {
 /// much longer time do not fit their number.
 inline constexpr long kLongestSeconds = 1'000'000'000;
 
-/// Bytes `first` to `last`, both included. Without `last` up to the end; without `first` the last `last`
-/// bytes.
+/// Bytes `first` to `last`, both included. Without `last`: from `first` to the end. Without `first`: as many
+/// bytes as `last` says, at the end of the file.
 struct ByteRange {
   std::optional<std::int64_t> first, last;
 };
@@ -59,7 +59,7 @@ struct Arguments {
   std::int64_t modify_window = 0;  ///< seconds
 };
 
-/// What parsing came to: arguments to act on, or a text to print and a code to end with.
+/// The result of parsing: arguments to act on, or a text to print and an exit code.
 struct Parsed {
   std::optional<Arguments> arguments;
   std::string text;

@@ -1,5 +1,5 @@
-// What the verbs do. Each function runs one command and returns the exit code; what ends a command early is a
-// thrown Failure.
+// What the verbs do. Each function runs one command and returns the exit code. A command that cannot be
+// finished throws a Failure.
 #pragma once
 
 #include <memory>

@@ -7,12 +7,12 @@
 
 namespace ftp_host {
 
-/// Asks on the terminal, without echo, which is put back on every way out. Throws a Failure when there is no
-/// terminal, or on Ctrl-C.
+/// Asks on the terminal. The echo is off meanwhile, and on again however the function ends. Throws a Failure
+/// when there is no terminal, and on Ctrl-C.
 [[nodiscard]] std::string prompt_password(const std::string& question, const Cancellation& cancellation);
-/// The first line of standard input.
+/// The first line of standard input. Throws a Failure (usage) when there is none.
 [[nodiscard]] std::string password_from_stdin();
-/// The value of an environment variable; taken out of the environment, so that no child inherits it.
+/// Moves an environment variable into `value`, so that no child inherits it; false when it is not set.
 [[nodiscard]] bool take_environment(const char* name, std::string& value);
 /// Whether there is a terminal to ask on.
 [[nodiscard]] bool can_prompt();

@@ -15,6 +15,12 @@ namespace {
 
 using namespace ftp_host;
 
+/// What a failure is to the user: a message, and the exit code of the program.
+ExitCode told(Console& console, const Failure& failure) {
+  console.complain(failure.what());
+  return failure.code();
+}
+
 ExitCode run(Arguments& arguments, Console& console, Cancellation& cancellation) {
   PluginLog log{arguments.trace_file, arguments.verbosity > 1};
   console.before_leaving = [&log] { log.flush(); };
@@ -27,8 +33,7 @@ ExitCode run(Arguments& arguments, Console& console, Cancellation& cancellation)
     code = verb_named(arguments.verb).run(context);
     console.flush();
   } catch (const Failure& failure) {
-    console.complain(failure.what());
-    code = failure.code();
+    code = told(console, failure);
   }
   if (console.abandoned()) {
     std::fflush(stdout);
@@ -58,8 +63,7 @@ int main(int count, char** values) {
     try {
       return static_cast<int>(run(*parsed.arguments, console, cancellation));
     } catch (const Failure& failure) {
-      console.complain(failure.what());
-      return static_cast<int>(failure.code());
+      return static_cast<int>(told(console, failure));
     }
   } catch (const std::exception& error) {
     std::fprintf(stderr, "ftp-host: %s\n", error.what());

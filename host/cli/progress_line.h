@@ -1,5 +1,4 @@
-// The line on the terminal that tells how far a long job is: the rate over the last seconds and the time
-// left.
+// The line on the terminal that shows a long job: how far it is, how fast, and how long it will take.
 #pragma once
 
 #include <chrono>
@@ -33,8 +32,8 @@ class Rate {
 /// too little room, the names are cut, not the numbers. `rate` in bytes per second.
 [[nodiscard]] std::string progress_text(const Progress::Snapshot& now, double rate, std::size_t width);
 
-/// Shows a job on a terminal, from a thread of its own, once it has run for a second, and until it ends.
-/// Elsewhere it does nothing.
+/// Shows a job on a terminal, by a thread of its own, from its second second to its end. Where standard error
+/// is no terminal, it does nothing.
 class ProgressLine {
  public:
   ProgressLine(Console& console, const Progress& progress);

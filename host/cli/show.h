@@ -9,11 +9,11 @@
 
 namespace ftp_host {
 
-/// "-       12345  2024-03-05 07:08:09  " in front of a name: kind, size and local time; "?" for what is
-/// unknown.
+/// "-       12345  2024-03-05 07:08:09  ", in front of a name: kind, size and local time. "?" stands for
+/// what is unknown.
 [[nodiscard]] std::string long_prefix(const Entry& entry);
-/// {"name", "path", "type": "file" or "directory", "size" (files), "modified" (UTC)}; unknown values are
-/// null.
+/// {"name", "path", "type": "file" or "directory", "size" (files only), "modified" (UTC)}. Unknown values are
+/// null; foreign bytes in names are U+FFFD.
 [[nodiscard]] Json::Value entry_json(const Entry& entry);
 
 }  // namespace ftp_host

@@ -1,5 +1,4 @@
-// The plug-in's log: its trace file, its lines on standard error, and what it says of the operation under
-// way.
+// The plug-in's log: written to the trace file and to standard error, and read for what explains a failure.
 #pragma once
 
 #include <memory>
@@ -16,8 +15,8 @@ namespace ftp_host {
 /// The logger that the plug-in is given. Safe from any thread.
 class PluginLog final : public ILog {
  public:
-  /// `trace_file`: every line goes there, secrets taken out; empty for none. `to_stderr`: to standard error
-  /// too.
+  /// `trace_file`: gets every line, without passwords; empty for none. `to_stderr`: standard error gets them
+  /// as well. Throws a Failure when the file cannot be written.
   PluginLog(const std::string& trace_file, bool to_stderr);
   ~PluginLog();
   PluginLog(const PluginLog&) = delete;

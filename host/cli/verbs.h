@@ -20,8 +20,8 @@ struct Verb {
   std::string_view name;
   std::string_view about;    ///< one line for --help
   std::string_view example;  ///< what stands behind "ftp-host" on a command line
-  /// Adds the options and operands of the verb to its part of the command line; they fill the Arguments,
-  /// which outlive it.
+  /// Adds the options and operands of the verb to its part of the command line. They fill `arguments`, which
+  /// has to outlive `verb`.
   void (*add_options)(CLI::App& verb, Arguments& arguments);
   ExitCode (*run)(Context& context);
 };

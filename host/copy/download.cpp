@@ -25,7 +25,7 @@ std::int64_t usable_part(const Descriptor& file, const Entry& entry, bool resume
   return status.st_size <= entry.size ? status.st_size : 0;
 }
 
-/// Takes away a temporary file that holds nothing when the download does not come to its end.
+/// Removes a temporary file that is still empty when the download fails.
 class DropWhenEmpty {
  public:
   DropWhenEmpty(const Descriptor& file, const LocalDirectory& directory, const std::string& name)
@@ -47,7 +47,8 @@ class DropWhenEmpty {
 };
 
 void settle(const Descriptor& file, const Entry& entry, const std::string& path) {
-  // Complete on the disk before it gets its name: with its size and time it would count as equal for ever.
+  // On the disk before it gets its name. Otherwise a file that a power cut damaged would have the right size
+  // and time, and no later run would repair it.
   if (fsync(file.get()) != 0) throw local_failure(path, errno);
   if (!entry.time) return;
   const timespec times[2] = {{0, UTIME_OMIT}, {*entry.time, 0}};
@@ -61,8 +62,8 @@ DownloadResult download_file(Session& session, Progress& progress, const Entry& 
   const std::string path = directory.path_of(name);
   if (const auto there = directory.find(name)) {
     if (there->kind == LocalEntry::Kind::directory) throw local_failure(path, EISDIR);
-    // Renaming over it would take a device or a pipe away from others; a link to one, such as /dev/stdout,
-    // too.
+    // Renaming over a device or a pipe would take it away from others. So would
+    // renaming over a link to one, such as /dev/stdout.
     if (directory.is_special(name)) throw Failure{ExitCode::local_file, path + ": not a regular file"};
   }
   const std::string temporary = temporary_name(name, identity_of(session, entry));

@@ -14,8 +14,8 @@ struct DownloadResult {
 
 /// Stores the file `entry`, which must come from exact_file, as `name` in `directory`, with its modification
 /// time. With `resume`, what an interrupted run left of the same size and time is continued. The file `name`
-/// is complete at every moment, old or new. Throws a Failure; the temporary file then stays for a later run,
-/// unless it is empty.
+/// is complete at every moment, old or new. Throws a Failure; what has come so far then stays for a later
+/// run.
 [[nodiscard]] DownloadResult download_file(Session& session, Progress& progress, const Entry& entry,
                                            const LocalDirectory& directory, const std::string& name,
                                            bool resume);

@@ -79,7 +79,7 @@ void CopyEngine::settle_doubts(Plan& plan) {
     if (!step.there) return;
     const Entry& local = rules_.upload ? step.source : *step.there;
     const Entry& listed = rules_.upload ? *step.there : step.source;
-    // A file that cannot be asked for is copied, and that tells what is wrong with it.
+    // When the question fails, the file counts as different. Copying it then says what is wrong.
     (void)failure_of([&] {
       const Verdict verdict = compare(local, exact_file(session_, listed), true, rules_.compare);
       if (verdict == Verdict::same) same[index] = 1;

@@ -141,8 +141,7 @@ class Planner final : public Visitor {
     return step;
   }
 
-  /// What the target has in the place of `source`, of the same kind; none when something has to be made
-  /// there.
+  /// What the target has under the name of `source`, of the same kind; none when it has to be made.
   std::optional<Entry> target_of(const std::string& path, const Entry& source) {
     std::optional<Entry> target = std::exchange(met_, std::nullopt);
     const std::optional<std::string>& place = plan_.directories[levels_.back().index].target;

@@ -1,5 +1,5 @@
-// What `get -r`, `put -r` and `sync` have to do, found out before anything is changed: one planner, and a set
-// of rules for each of the three.
+// What `get -r`, `put -r` and `sync` have to do, found out before anything is changed. There is one planner;
+// each of the three has a set of rules for it.
 #pragma once
 
 #include <cstdint>
@@ -22,10 +22,10 @@ struct CopyRules {
     replace,  ///< it is removed, unless the filter leaves it out
     attempt,  ///< the step is planned all the same, and fails with the reason of the file system
   };
-  /// What interrupted runs left in the target: each goes, ...
+  /// When the temporary files go that interrupted runs left in the target.
   enum class Temporaries {
-    go_first,  ///< ... since nothing continues it
-    go_last,   ///< ... once every file is there: until then it can be continued
+    go_first,  ///< before anything else: nothing continues them
+    go_last,   ///< once every file is there: until then they can be continued
     stay,
   };
 

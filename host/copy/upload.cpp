@@ -16,8 +16,7 @@
 namespace ftp_host {
 namespace {
 
-/// A new name for every upload: a server may still be writing what a run that was killed has sent, and would
-/// write it into a file of the same name.
+/// A new name for every upload. Under the same name, a server could still be writing what a killed run sent.
 std::string fresh_temporary_name(const std::string& name) {
   std::random_device random;
   return temporary_name(name, fmt::format("{} {} {}", getpid(), random(), random()));
@@ -66,7 +65,7 @@ class Source {
   int error_ = 0;
 };
 
-/// Removes the temporary file again when the upload does not come to its end.
+/// Removes the temporary file again when the upload fails.
 class RemoteTemporary {
  public:
   RemoteTemporary(Session& session, std::string id) : session_{session}, id_{std::move(id)} {}
@@ -88,8 +87,8 @@ class RemoteTemporary {
   std::string id_;
 };
 
-/// Whether the whole file arrived: a size that the server tells must be right, and where it does not tell
-/// one, the listing must.
+/// Throws a Failure unless the whole file arrived: the size in the server's answer is right or, where there
+/// is no such answer, the size in the listing.
 void check_stored(Session& session, const std::string& directory, const std::string& name, std::int64_t size,
                   const Outcome& outcome, const Entry& stored) {
   if (outcome.code == SUCCESS && stored.size == size) return;

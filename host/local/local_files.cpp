@@ -28,8 +28,7 @@ LocalEntry entry_of(std::string name, const struct stat& status) {
   return entry;
 }
 
-/// A stream over the open directory `file`, which it takes over; none, with errno set, when it cannot be
-/// made.
+/// A stream that owns the open directory `file`. None, with errno set, when it cannot be made.
 DirectoryStream stream_of(Descriptor file) {
   DirectoryStream stream{fdopendir(file.get())};
   if (stream) (void)file.release();

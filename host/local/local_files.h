@@ -28,8 +28,7 @@ class LocalDirectory {
   /// `path` as the user typed it: links in it are followed.
   [[nodiscard]] static LocalDirectory open(const std::string& path);
 
-  /// The directory `name` in this one, never through a link. It is made when it is not there and `create` is
-  /// set.
+  /// The directory `name` in this one, never through a link. With `create` it is made when it is not there.
   [[nodiscard]] LocalDirectory enter(const std::string& name, bool create) const;
   /// What `name` is; a link is not followed. None when there is nothing.
   [[nodiscard]] std::optional<LocalEntry> find(const std::string& name) const;
@@ -43,8 +42,8 @@ class LocalDirectory {
   void rename(const std::string& from, const std::string& to) const;
   void remove_file(const std::string& name) const;
   void remove_directory(const std::string& name) const;
-  /// Removes what interrupted runs left for the file `name`, except the temporary file `keep`, and for every
-  /// file when `name` is empty. A temporary file that another run has locked stays.
+  /// Removes the temporary files that interrupted runs left of the file `name`, or of every file when `name`
+  /// is empty. `keep` stays, and so does what another run has locked.
   void remove_temporaries(const std::string& name, const std::string& keep) const;
   /// Removes the temporary file `name`, unless another run has locked it.
   void remove_temporary(const std::string& name) const;

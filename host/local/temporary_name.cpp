@@ -7,7 +7,7 @@
 namespace ftp_host {
 namespace {
 
-// Servers hide names that begin with a dot, and a name that is not listed could not be cleaned up later.
+// Without a leading dot: some servers do not list such names, and what is not listed cannot be cleaned up.
 constexpr std::string_view kTemporaryPrefix = "ftp-host-";
 constexpr std::string_view kTemporarySuffix = ".part";
 constexpr std::size_t kHashDigits = 16;

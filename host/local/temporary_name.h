@@ -6,11 +6,11 @@
 
 namespace ftp_host {
 
-/// The name under which `name` is stored until it is complete. The same `name` and `identity` (a text that
-/// changes with the content) give the same answer, so that a partial file is found again and never continued
-/// with other content. At most 60 bytes long.
+/// The name under which the file `name` is stored until it is complete. `identity` is a text that changes
+/// with the content: the same two texts give the same name, so that a partial file is found again, and is
+/// never continued with other content. At most 60 bytes long.
 [[nodiscard]] std::string temporary_name(std::string_view name, std::string_view identity);
-/// Whether temporary_name gave `name`, for any file; or for the file `of`, with whatever identity.
+/// Whether `name` is a temporary name, of any file or of the file `of`.
 [[nodiscard]] bool is_temporary_name(std::string_view name);
 [[nodiscard]] bool is_temporary_name_of(std::string_view name, std::string_view of);
 

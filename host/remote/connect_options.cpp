@@ -104,8 +104,7 @@ FieldValues login_values(const RemoteUrl& url, const ConnectOptions& options) {
 FieldValues option_values(const ConnectOptions& options) {
   FieldValues values;
   values["charset"] = charset_choice(options.charset);
-  // With local time stamps the feature mask tells whether the server can set times; with the server's it
-  // hides it.
+  // The feature mask says whether the server can set times, but only where local time stamps are asked for.
   values["use_server_time"] = false;
   if (!options.proxy.type.empty()) {
     values["proxy_type"] = options.proxy.type;

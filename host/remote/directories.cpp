@@ -6,7 +6,7 @@ std::string ensure_directory(Session& session, const std::string& directory, con
   Entry made;
   const Outcome outcome = session.make_directory(directory, name, made);
   if (outcome.code == SUCCESS) return made.id;
-  // Refused because it is there? A server without UTF-8 lists it in its own bytes, which the listing tells.
+  // Perhaps it is there already. The listing tells its id, which on a server without UTF-8 is not `name`.
   Listing listing;
   if (session.list(directory, listing).code == SUCCESS) {
     const Entry* const there = find_entry(listing, name);

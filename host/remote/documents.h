@@ -10,10 +10,9 @@ namespace ftp_host {
 
 using FieldValues = std::map<std::string, Json::Value>;
 
-/// `document` with "value" of every field replaced: by the entry of `values`, else by false for a "boolean",
-/// by the first choice of a choice list, and by the empty text for everything else. Throws a Failure when the
-/// document cannot be read, and when it has no field for an entry of `values` that is neither false nor
-/// empty.
+/// `document` with a new "value" in every field: the one in `values`, or else false for a "boolean", the
+/// first choice of a choice list, and the empty text for everything else. Throws a Failure when the document
+/// cannot be read, and when it lacks a field for which `values` has anything but false or the empty text.
 [[nodiscard]] std::string fill_document(const std::string& document, const FieldValues& values);
 
 /// Parses JSON text; throws a Failure that names `what`.

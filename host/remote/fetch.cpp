@@ -10,14 +10,14 @@
 namespace ftp_host {
 namespace {
 
-/// Runs without a single byte that are taken before a transfer counts as failed.
+/// So many runs that bring not a single byte make a transfer fail.
 constexpr int kFruitlessRuns = 2;
 constexpr std::int64_t kProbe = std::int64_t{8} << 20;
-/// The plug-in delivers whole blocks of this size; of a range that reaches beyond the end, the rest stays
-/// away.
+/// The plug-in delivers whole blocks of this size. Of a range that reaches beyond the end of the file, what
+/// is left behind the last whole block is not delivered.
 constexpr std::int64_t kBlock = 65536;
-/// A whole file that took so long is looked at once more: it may have been written to. The question costs
-/// too much for every small file.
+/// After so long a download the file is asked for once more, since it may have been written to meanwhile. For
+/// every small file the question would cost too much.
 constexpr std::chrono::seconds kLongRead{1};
 
 Failure changed(const Session& session, const Entry& entry) {
@@ -25,8 +25,8 @@ Failure changed(const Session& session, const Entry& entry) {
                          FILE_READ_FAILED);
 }
 
-/// A file whose size nobody knows: long ranges until one comes short, then ever shorter ones for the rest,
-/// which is delivered only by a range that does not reach beyond the end.
+/// Reads a file of unknown size: long ranges until one comes short, then shorter and shorter ones for the
+/// rest, because only a range that ends inside the file is delivered whole.
 std::int64_t fetch_unknown(Session& session, const Entry& entry, std::int64_t offset,
                            const BlockWriter& writer) {
   const std::int64_t begin = offset;
@@ -58,8 +58,7 @@ std::int64_t fetch(Session& session, const Entry& entry, std::int64_t offset, st
   };
   for (int fruitless = 0; offset < end;) {
     std::int64_t received = 0;
-    // One range up to the end: a range that stops before the end of the file costs FTP its control
-    // connection.
+    // One range up to the end: on FTP a range that ends before the file does costs the control connection.
     const Outcome outcome = session.read(entry.id, offset, end - offset, watched, received);
     offset += received;
     if (refused) return offset - begin;

@@ -1,4 +1,5 @@
-// Reads a range of a remote file completely: repeats what broke off, and tells a file that became shorter.
+// Reads a range of a remote file completely: goes on where a transfer broke off, and notices a file that
+// changes meanwhile.
 #pragma once
 
 #include "host/remote/session.h"

@@ -1,4 +1,4 @@
-// The objects that the plug-in calls back, each a few lines over a function.
+// The objects that the plug-in calls back.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,7 @@
 
 namespace ftp_host {
 
-/// Answers the plug-in's one question with an empty text and lets its notice pass.
+/// Returns an empty text for the plug-in's one question, and ignores its notices.
 class Manager final : public IProtocolManager {
  public:
   int QueryValue(const char* key, char* buffer, int* size) override;
@@ -30,8 +30,8 @@ class EntryCollector final : public IFileList {
 /// Receives one block: its offset in the file, its bytes and their number. False stops the transfer.
 using BlockWriter = std::function<bool(std::int64_t offset, const char* data, std::size_t length)>;
 
-/// Hands the blocks of a download to a writer. After a writer's no, the transfer is stopped through its
-/// handle.
+/// Hands the blocks of a download to a writer. When the writer returns false, it stops the transfer through
+/// its handle, and the writer is not called again.
 class FetchSink final : public IFetchCallback {
  public:
   FetchSink(BlockWriter writer, std::shared_ptr<_FS_HANDLE> handle, LifeSign& life)
@@ -48,7 +48,7 @@ class FetchSink final : public IFetchCallback {
   bool refused_ = false;
 };
 
-/// Fills up to `length` bytes from `offset` on and answers their number; below zero stops the transfer.
+/// Fills up to `length` bytes from `offset` on and returns their number; below zero stops the transfer.
 using BlockReader = std::function<std::int64_t(std::int64_t offset, char* buffer, std::size_t length)>;
 
 /// The source of an upload.

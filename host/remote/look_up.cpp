@@ -13,7 +13,7 @@ Entry directory_entry(const std::string& id) {
   return entry;
 }
 
-/// Asks for `id` itself, without the help of its parent.
+/// Asks for `id` itself, not for the listing of its parent. `last` becomes the outcome of the last question.
 std::optional<Entry> ask_directly(Session& session, const std::string& id, Outcome& last) {
   Entry entry;
   if (session.file_info(id, entry).code == SUCCESS) return entry;
@@ -39,13 +39,12 @@ std::optional<Entry> look_up(Session& session, const std::string& id) {
     const auto found = std::find_if(listing.entries.begin(), listing.entries.end(),
                                     [&](const Entry& entry) { return entry.name == leaf || entry.id == id; });
     if (found != listing.entries.end()) return *found;
-    // Some servers leave names with a leading dot out of their listings, or list a directory that they cannot
-    // read as an empty one.
+    // Some servers do not list names with a leading dot, or list an unreadable directory as empty.
     if (leaf.starts_with('.') || listing.entries.empty()) return ask_directly(session, id, outcome);
     return std::nullopt;
   }
   if (auto entry = ask_directly(session, id, outcome)) return entry;
-  // A parent that does not exist either explains it; a parent that cannot be read explains nothing.
+  // When the parent does not exist either, `id` does not. When the parent cannot be read, nobody knows.
   if (!is_root(parent) && !look_up(session, parent)) return std::nullopt;
   throw session.failure(session.url_of(id), outcome);
 }

@@ -18,7 +18,7 @@ using DocumentFunction = AERROR (*)(char*, int*);
 
 std::string read_document(DocumentFunction read, const char* what) {
   int size = 0;
-  (void)read(nullptr, &size);  // too little room: answers the size that it needs
+  (void)read(nullptr, &size);  // too little room: `size` becomes what it needs
   // The plug-in may use one byte more than the stated size for the closing zero.
   std::vector<char> buffer(static_cast<std::size_t>(size) + 1);
   const AERROR code = read(buffer.data(), &size);

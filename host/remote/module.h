@@ -8,7 +8,7 @@
 
 namespace ftp_host {
 
-/// Owns the loaded library. Every member is set, or the constructor throws a Failure that names what is
+/// Owns the loaded library. The constructor sets every member, or throws a Failure that names what is
 /// missing.
 class Module {
  public:

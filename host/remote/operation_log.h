@@ -11,7 +11,7 @@ struct OperationLog {
   std::string last_refusal;      ///< the last reply of the server that refused something
   std::string last_information;  ///< the transport's last informational line
   int last_code = 0;             ///< the transport's code in the plug-in's last error line
-  bool listing_failed = false;   ///< the server called a listing a success that it could not make
+  bool listing_failed = false;   ///< a listing could not be made, and the server still reported success
   bool server_spoke = false;     ///< a reply came, or at least a connection stood
 
   /// The best explanation there is, in one line; may be empty.

@@ -86,9 +86,8 @@ RemoteUrl parse_remote_url(std::string_view text) {
     const std::string_view login = authority.substr(0, at);
     if (login.find(':') != std::string_view::npos) {
       throw usage(
-          "a password is not taken from the command line, where every user of the machine can read it: use "
-          "the "
-          "prompt, the environment variable FTP_PASSWORD, or --password-stdin");
+          "a password is not taken from the command line, where every user of the machine can read it: "
+          "use the prompt, the environment variable FTP_PASSWORD, or --password-stdin");
     }
     url.user = percent_decode(login);
     authority.remove_prefix(at + 1);

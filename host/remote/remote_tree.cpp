@@ -45,8 +45,8 @@ void RemoteTree::remove_directory(const std::string& place) {
 }
 
 bool RemoteTree::remove_link(const std::string& place) {
-  // A server removes a link as a file, and refuses to remove a directory that way. Nothing in a listing tells
-  // the two apart.
+  // Nothing in a listing tells a link from a directory. But a server removes a link as it removes a file, and
+  // refuses to remove a directory that way.
   return session_.remove_file(place).code == SUCCESS;
 }
 

@@ -20,8 +20,8 @@ constexpr std::chrono::seconds kGoodbye{3};
 /// which MLSD takes for the server's root; with the dot it stays relative like every path below it.
 std::string listed_path(const std::string& id) { return id == "/" ? "/." : id; }
 
-/// A directory as the operations take it that put a slash and a name behind it: the slash alone would lead
-/// from the login directory to the server's root.
+/// A directory for the operations that append a slash and a name to it. For the login directory it is empty:
+/// with another slash in front, the path would begin at the server's root.
 std::string parent_argument(const std::string& id) { return is_root(id) ? id.substr(1) : id; }
 
 void fill_entry(Entry& entry, const _FS_FILE_V2& record) {
@@ -30,8 +30,8 @@ void fill_entry(Entry& entry, const _FS_FILE_V2& record) {
   entry.time = parse_record_time(record.modify_time);
 }
 
-/// The entry's own name in the server's bytes: the part of its id behind the directory's. A name that holds a
-/// slash shows here, too, and is refused with it.
+/// The entry's own name in the server's bytes: what its id has behind that of the directory. A slash in the
+/// name is part of it, so that such a name can be refused.
 std::string raw_name(const std::string& directory, const _FS_FILE_V2& record) {
   const std::string prefix = listed_path(directory) + "/";
   return record.id.starts_with(prefix) ? record.id.substr(prefix.size()) : record.name;
@@ -39,7 +39,7 @@ std::string raw_name(const std::string& directory, const _FS_FILE_V2& record) {
 
 ExitCode login_exit_code(const Outcome& outcome) {
   if (outcome.code == ACCESS_DENIED) return ExitCode::login_refused;
-  // An unknown host and a silent port have no code of their own: there, nobody ever answered.
+  // The plug-in has no code for an unknown host and for a silent port. But then no server ever spoke.
   if (outcome.code == PATH_NOT_FOUND || !outcome.log.server_spoke) return ExitCode::not_reached;
   return ExitCode::other;
 }
@@ -80,7 +80,7 @@ Session::Session(const Module& module, Operations& operations, const RemoteUrl& 
 }
 
 Session::~Session() {
-  // Releasing says goodbye to the server, and must not keep the user waiting for a server that is gone.
+  // Releasing says goodbye to the server. The user does not wait for one that is gone.
   auto released = std::make_shared<std::promise<void>>();
   std::future<void> done = released->get_future();
   std::thread worker{[object = std::move(protocol_), released]() mutable {

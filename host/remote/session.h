@@ -23,7 +23,7 @@ namespace ftp_host {
 /// a Failure only for a cancellation; `require` turns a code into a Failure.
 class Session {
  public:
-  /// Logs in, or throws a Failure that tells a refused login from a server that was not reached.
+  /// Logs in. Throws a Failure, whose exit code says whether the server was reached and refused the login.
   Session(const Module& module, Operations& operations, const RemoteUrl& url, const ConnectOptions& options);
   ~Session();
   Session(const Session&) = delete;
@@ -39,7 +39,7 @@ class Session {
   /// Stores `size` bytes from `reader` as `name` in `directory`; `stored` is what the server then says of it.
   [[nodiscard]] Outcome upload(const std::string& directory, const std::string& name, std::int64_t size,
                                BlockReader reader, Entry& stored);
-  /// `made` becomes the new directory, also where the server refuses because it is there.
+  /// `made` becomes the new directory; it is changed only on success.
   [[nodiscard]] Outcome make_directory(const std::string& directory, const std::string& name, Entry& made);
   [[nodiscard]] Outcome remove_file(const std::string& id);
   [[nodiscard]] Outcome remove_directory(const std::string& id);

@@ -10,8 +10,9 @@ namespace ftp_host {
 /// against its path below the top, from the top ("/x") or at any depth ("a/x"), and its "*" stays within one
 /// component. A slash at the end means directories only.
 ///
-/// What matches an exclude pattern is left out, and everything below it. Where there are include patterns, a
-/// file must match one of them, too. Directories need no include: they are walked for what is in them.
+/// What matches an exclude pattern is left out, with everything below it. Where there are include patterns, a
+/// file must match one of them as well. Include patterns do
+/// not keep a walk out of directories.
 class Filter {
  public:
   Filter() = default;

@@ -42,12 +42,12 @@ class Tree {
   /// The place of the tree's own top.
   [[nodiscard]] virtual std::string top() const = 0;
   [[nodiscard]] virtual Listing list(const std::string& place) = 0;
-  /// The entry `name` of the directory `place`, which `list` may have left out because servers hide it; none
-  /// when it is not there.
+  /// The entry `name` of the directory `place`, also where servers keep it out of their listings; none when
+  /// it is not there.
   [[nodiscard]] virtual std::optional<Entry> find_hidden(const std::string& place, const std::string& name,
                                                          bool directory) = 0;
-  /// The file behind `place`, which is listed as a directory but cannot be read as one; none when it is no
-  /// file.
+  /// The file at `place`, which is listed as a directory but cannot be listed itself: a link to a file. None
+  /// when there is no file.
   [[nodiscard]] virtual std::optional<Entry> as_file(const std::string& place) = 0;
   /// Makes the directory `name` in `place` unless it is there; returns its place.
   [[nodiscard]] virtual std::string make_directory(const std::string& place, const std::string& name) = 0;

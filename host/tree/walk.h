@@ -17,8 +17,8 @@ namespace ftp_host {
 ///     wants(entry) -> enter(entry) -> ... -> leave(entry)
 ///   leave(top)
 ///
-/// A Failure out of any of them, and out of a listing, goes to failed(), and the walk goes on behind the
-/// entry that it came from.
+/// A Failure of any of these calls, or of a listing, is handed to failed(). Then the walk goes on with the
+/// next entry.
 class Visitor {
  public:
   Visitor() = default;
@@ -26,8 +26,8 @@ class Visitor {
   Visitor(const Visitor&) = delete;
   Visitor& operator=(const Visitor&) = delete;
 
-  /// Whether the walk looks at `entry` at all. It was listed and nothing more: a directory may yet turn out
-  /// to be a link to a file.
+  /// Whether the walk looks at `entry` at all. So far it is only known from the listing of its parent: what
+  /// is listed as a directory may be a link to a file.
   [[nodiscard]] virtual bool wants(const std::string& path, const Entry& entry) = 0;
   /// A file, or a link to one.
   virtual void file(const std::string& path, const Entry& entry) = 0;

@@ -260,8 +260,7 @@ TEST(HostThroughAProxy, LogsInWithTheProxysPassword) {
 
 class KilledSync : public HostOnServers {
  protected:
-  /// One server that takes times and one that takes none get the whole number; the others repeat what these
-  /// show.
+  /// One server that takes times and one that takes none run the whole number, the others fewer.
   static bool fifty() {
     return std::string{GetParam().label} == "ProFtpd" || std::string{GetParam().label} == "Vsftpd";
   }

@@ -88,7 +88,7 @@ class EveryFailure : public testing::TestWithParam<Failure::Of> {
     server.add_file("/docs/a.txt", "hello world");
     server.add_directory("/docs/sub");
     server.accept_only("user", "password");
-    ftp_plugin::bind_logger(&log);
+    EXPECT_TRUE(ftp_plugin::bind_logger(&log));
     protocol = std::make_unique<Owner>();
   }
   ~EveryFailure() override {

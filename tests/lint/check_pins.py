@@ -11,7 +11,7 @@ import re
 import sys
 from pathlib import Path
 
-SOURCE_FOLDERS = ("plugin", "protocol", "listing", "fileops", "transport", "common", "host")
+SOURCE_FOLDERS = ("boundary", "plugin", "protocol", "listing", "fileops", "transport", "common", "host")
 TEST = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+)\s*,\s*(\w+)\s*\)")
 NAME = re.compile(r"\b([A-Z]\w*)\.([A-Z]\w*|\*)")
 FILE = re.compile(r"\btests/[\w/.]*\w")

@@ -63,7 +63,7 @@ class Script {
 
   std::string log_in() {
     if (!target_.options.empty()) {
-      protocol_->SetOpt("option_fields", fakes::option_document(target_.options).c_str());
+      (void)protocol_->SetOpt("option_fields", fakes::option_document(target_.options).c_str());
     }
     return code(protocol_->Connect(
         nullptr, fakes::login_document(target_.url, target_.user, target_.password, target_.login).c_str()));

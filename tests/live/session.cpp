@@ -13,7 +13,7 @@ Session::Session(const servers::Daemon& server, const fakes::FormEntries& login,
 Session::Session(const std::string& url, const std::string& user, const std::string& password,
                  const fakes::FormEntries& login, const fakes::FormEntries& options) {
   if (!options.empty()) {
-    protocol_->SetOpt("option_fields", fakes::option_document(options).c_str());
+    (void)protocol_->SetOpt("option_fields", fakes::option_document(options).c_str());
   }
   result_ = protocol_->Connect(nullptr, fakes::login_document(url, user, password, login).c_str());
 }

@@ -51,6 +51,15 @@ TEST_F(SftpFiles, ADirectoryKeepsTheSizeThatTheRecordHad) {
   EXPECT_EQ(file.size, 42);
 }
 
+TEST_F(SftpFiles, ANameOfTwoLinesIsLeftOutAndTheLogTells) {
+  add("a\n-rw-r--r-- 1 0 0 5 Jan  1 2020 forged", "x", 1);
+  add("b", "x", 1);
+  connect();
+  EXPECT_EQ(list("").size(), 3U) << "the two dots and b";
+  EXPECT_THAT(log.lines_with("line feed"),
+              testing::ElementsAre(testing::EndsWith("1 names hold a line feed and are left out")));
+}
+
 TEST_F(SftpFiles, ASocketCountsAsADirectory) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;

@@ -51,19 +51,15 @@ TEST_F(Listing, LogsTheReplyAndEachEntry) {
                   "time[1999-12-31T23:59:59.000Z]"));
 }
 
-// The limit of an earlier read stays on the handle. libcurl would fill a hundred of its own buffers (1.6 MB)
-// before it looks at the clock, and under a low limit then wait so long that the server passes for silent.
-TEST_F(Listing, KeepsToASpeedLimitFromTheBeginning) {
+TEST_F(Listing, IsNotHeldBackByTheSpeedLimitOfAnEarlierRead) {
   for (int n = 0; n < 3000; ++n) server.add_file("/many/" + std::string(180, 'n') + std::to_string(n), "");
   connected();
-  ASSERT_EQ(protocol->SetOpt("speedlimit", "400000"), SUCCESS);
+  ASSERT_EQ(protocol->SetOpt("speedlimit", "1000"), SUCCESS);
   fakes::FetchSink sink;
   ASSERT_EQ(protocol->Read("/docs/a.txt", 0, 11, nullptr, &sink, nullptr), SUCCESS);
-  const auto begin = std::chrono::steady_clock::now();
+  // At 1,000 bytes per second its 600,000 bytes would take minutes, longer than the test may.
   EXPECT_EQ(protocol->GetFileList("/many", &list, nullptr), SUCCESS);
   EXPECT_EQ(list.files().size(), 3000U);
-  EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds{500})
-      << "at most 400,000 of the listing's 600,000 bytes may come at once";
 }
 
 TEST_F(Listing, UsesOneConnectionForMany) {

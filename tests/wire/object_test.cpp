@@ -98,8 +98,8 @@ TEST(Object, TellsTheSameTypeTextEveryTime) {
   const ScopedProtocol other;
   char* first = nullptr;
   char* second = nullptr;
-  protocol->GetType(&first);
-  other->GetType(&second);
+  EXPECT_EQ(protocol->GetType(&first), SUCCESS);
+  EXPECT_EQ(other->GetType(&second), SUCCESS);
   EXPECT_EQ(first, second);
 }
 
@@ -129,12 +129,12 @@ TEST(Object, AsksTheQuotaCallbackUntilItAnswersFalse) {
   });
   unsigned long long total = 0;
   unsigned long long free = 0;
-  protocol->GetQuota(&total, &free);
+  EXPECT_EQ(protocol->GetQuota(&total, &free), SUCCESS);
   EXPECT_EQ(total, 1000u);
   EXPECT_EQ(free, 700u);
-  protocol->SetQuota(5, 2);
+  EXPECT_EQ(protocol->SetQuota(5, 2), SUCCESS);
   answers = false;
-  protocol->GetQuota(&total, &free);
+  EXPECT_EQ(protocol->GetQuota(&total, &free), SUCCESS);
   EXPECT_EQ(total, 5u);
   EXPECT_EQ(free, 2u);
 }

@@ -120,6 +120,10 @@ TEST_F(Pool, OperationsBeforeALoginFailInsteadOfCrashing) {
   EXPECT_NE(list("/docs"), SUCCESS);
   EXPECT_NE(protocol->GetFileInfo("/docs/a.txt", &file, nullptr), SUCCESS);
   EXPECT_NE(protocol->Read("/docs/a.txt", 0, 5, fakes::make_handle(), &sink, nullptr), SUCCESS);
+  EXPECT_THAT(log.lines_with("exception"),
+              testing::ElementsAre("8 [PROTOCOL  ] GetFileList exception: [no login yet]",
+                                   "8 [PROTOCOL  ] GetFileInfo exception: [no login yet]",
+                                   "8 [PROTOCOL  ] Read exception: [no login yet]"));
 }
 
 TEST_F(Pool, AFailedLoginLeavesAPoolThatFails) {

@@ -64,7 +64,8 @@ TEST_F(Quit, AsksForNoListingOfAServerThatStaysInAnotherDirectory) {
 
 TEST_F(Quit, IsNotSaidWhereLibcurlHasClosedTheConnection) {
   connected();
-  EXPECT_EQ(read("/docs/a.txt", 2, 3), SUCCESS);
+  server.on("REST").reply("554 Not there.");
+  EXPECT_EQ(read("/docs/a.txt", 11, 3), SUCCESS);
   ASSERT_TRUE(server.wait_until_idle());
   (void)server.take_dialogue();
   released();

@@ -101,7 +101,7 @@ TEST_F(SetFileTime, WithoutAPathNamesTheRoot) {
                                             "8 [PROTOCOL  ] SetFileTime src: []  exec error: [21]"));
 }
 
-TEST_F(SetFileTime, AConnectionThatBrokeIsKeptAndLogsInAgain) {
+TEST_F(SetFileTime, AConnectionThatBrokeIsReplaced) {
   server.on("MFMT").hang_up().times(1);
   connected();
   EXPECT_EQ(set("/docs/a.txt", "2024-03-05T07:08:09Z"), FAILED);

@@ -46,8 +46,8 @@ class Wire : public testing::Test {
     log.clear();
   }
 
-  AERROR set_options(const fakes::FormEntries& entries) {
-    return protocol->SetOpt("option_fields", fakes::option_document(entries).c_str());
+  void set_options(const fakes::FormEntries& entries) {
+    EXPECT_EQ(protocol->SetOpt("option_fields", fakes::option_document(entries).c_str()), SUCCESS);
   }
 
   /// Releases the object; the dialogue is complete then.

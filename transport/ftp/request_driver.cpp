@@ -84,13 +84,7 @@ void request_driver::watch_replies(CURL* curl) noexcept {
 
 int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_t size, void* self) noexcept {
   auto& driver = *static_cast<request_driver*>(self);
-  const control_counter control{driver.sockets_.empty() ? CURL_SOCKET_BAD : driver.sockets_.front()};
-  if (type == CURLINFO_HEADER_OUT) {
-    driver.reply_is_due_ = true;
-    driver.bytes_.take_command({data, size}, control);
-    driver.answer_.take_command({data, size});
-    driver.asked_for_private_data_ = std::string_view{data, size}.starts_with("PROT P");
-  }
+  if (type == CURLINFO_HEADER_OUT) driver.take_command({data, size});
   if (type == CURLINFO_HEADER_IN) {
     // Until a command is sent, libcurl's place in its buffer is one in the freed buffer of the request
     // before: `data` must not be looked at. Pinned by
@@ -99,22 +93,42 @@ int request_driver::trace(CURL* curl, curl_infotype type, char* data, std::size_
       driver.reply_came_first_ = true;
       return 0;
     }
-    const std::string_view line{data, size};
-    if (account_fits_libcurl()) {
-      long header_size = 0;
-      curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
-      driver.replies_.take_line(line, header_size);
-    }
-    driver.bytes_.take_line(line, control);
-    driver.answer_.take_line(line);
-    if (driver.asked_for_private_data_) driver.data_is_private_ = line.starts_with('2');
+    driver.take_line(curl, {data, size});
   }
   return CURLDebug(curl, type, data, size, nullptr);
 }
 
-std::size_t request_driver::take_header(char*, std::size_t size, std::size_t count, void* self) noexcept {
+void request_driver::take_command(std::string_view command) {
+  reply_is_due_ = true;
+  bytes_.take_command(command, control_counter{control_socket()});
+  answer_.take_command(command);
+  asked_for_private_data_ = command.starts_with("PROT P");
+  asked_at_ = clock::now();
+  if (listener_ != nullptr) listener_->sent(command);
+}
+
+void request_driver::take_line(CURL* curl, std::string_view line) {
+  if (account_fits_libcurl()) {
+    long header_size = 0;
+    curl_easy_getinfo(curl, CURLINFO_HEADER_SIZE, &header_size);
+    replies_.take_line(line, header_size);
+  }
+  bytes_.take_line(line, control_counter{control_socket()});
+  answer_.take_line(line);
+  if (asked_for_private_data_) data_is_private_ = line.starts_with('2');
+  if (asked_at_ != clock::time_point{}) {
+    longest_reply_ = std::max(longest_reply_, clock::now() - std::exchange(asked_at_, {}));
+  }
+  if (listener_ != nullptr) listener_refuses_ = !listener_->heard(line);
+}
+
+std::size_t request_driver::take_header(char* line, std::size_t size, std::size_t count,
+                                        void* self) noexcept {
   const auto& driver = *static_cast<request_driver*>(self);
-  return driver.reply_came_first_ || driver.is_out_of_step() || driver.answer_.is_wrong() ? 0 : size * count;
+  const bool refused = driver.reply_came_first_ || driver.is_out_of_step() || driver.answer_.is_wrong() ||
+                       driver.listener_refuses_;
+  if (refused) return 0;
+  return driver.copy_ == nullptr ? size * count : write_vector_char(line, size, count, driver.copy_);
 }
 
 curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_sockaddr* address) noexcept {
@@ -137,11 +151,12 @@ curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_
 }
 
 int request_driver::set_up_socket(void* self, curl_socket_t socket, curlsocktype purpose) noexcept {
+  auto& driver = *static_cast<request_driver*>(self);
+  if (purpose == CURLSOCKTYPE_ACCEPT || socket != driver.control_socket()) driver.data_socket_ = socket;
   if (purpose != CURLSOCKTYPE_ACCEPT) return CURL_SOCKOPT_OK;
   // Not for the programs that the host starts: a copy of the data connection of active mode, which libcurl
   // accepts by itself, would keep the server waiting for the end of an upload.
   (void)fcntl(socket, F_SETFD, FD_CLOEXEC);
-  const auto& driver = *static_cast<request_driver*>(self);
   if (!driver.data_is_private_) return CURL_SOCKOPT_OK;
   if (driver.bytes_.is_encrypted() && libcurl_encrypts_accepted_data()) return CURL_SOCKOPT_OK;
   // An older libcurl begins no TLS handshake on it: the bytes of an upload would leave in clear, and
@@ -153,37 +168,85 @@ int request_driver::set_up_socket(void* self, curl_socket_t socket, curlsocktype
 }
 
 int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {
-  auto& sockets = static_cast<request_driver*>(self)->sockets_;
+  auto& driver = *static_cast<request_driver*>(self);
+  auto& sockets = driver.sockets_;
   sockets.erase(std::remove(sockets.begin(), sockets.end(), socket), sockets.end());
+  if (socket == driver.data_socket_) driver.data_socket_ = CURL_SOCKET_BAD;
   return close(socket);
 }
 
-CURLcode request_driver::run(CURL* curl) {
+CURLcode request_driver::begin(CURL* curl, control_listener* listener) {
   curl_multi_remove_handle(multi_, curl);  // still there from the last request
-  if (curl_multi_add_handle(multi_, curl) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
   encrypted_from_the_start_ = begins_with_tls(curl);
   replies_.begin();
   answer_.begin();
   bytes_.begin_request();
   reply_is_due_ = false;
   reply_came_first_ = false;
-  int wait_ms = 0;
-  for (;;) {
-    int running = 0;
-    const CURLMcode code = curl_multi_perform(multi_, &running);
-    if (code != CURLM_OK) {
-      curl_multi_remove_handle(multi_, curl);
-      return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_BAD_FUNCTION_ARGUMENT;
+  listener_ = listener;
+  listener_refuses_ = false;
+  // In active mode libcurl closes the data socket without a word, and the number may be another's by now.
+  data_socket_ = CURL_SOCKET_BAD;
+  cut_.show_end();
+  asked_at_ = {};
+  longest_reply_ = {};
+  if (curl_multi_add_handle(multi_, curl) == CURLM_OK) return CURLE_OK;
+  listener_ = nullptr;
+  return CURLE_OUT_OF_MEMORY;
+}
+
+bool request_driver::step(CURL* curl, CURLcode& result) {
+  int running = 0;
+  const CURLMcode code = curl_multi_perform(multi_, &running);
+  if (code != CURLM_OK) {
+    curl_multi_remove_handle(multi_, curl);
+    result = code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_BAD_FUNCTION_ARGUMENT;
+  }
+  if (code == CURLM_OK && running != 0) return false;
+  if (code == CURLM_OK) {
+    result = CURLE_OUT_OF_MEMORY;  // libcurl could not even store its message
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+      if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
     }
-    if (running == 0) break;
-    wait(wait_ms);
   }
-  CURLcode result = CURLE_OUT_OF_MEMORY;  // libcurl could not even store its message
-  int left = 0;
-  while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
-    if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
-  }
+  listener_ = nullptr;
+  data_socket_ = CURL_SOCKET_BAD;
+  return true;
+}
+
+CURLcode request_driver::run(CURL* curl, control_listener* listener) {
+  CURLcode result = begin(curl, listener);
+  if (result != CURLE_OK) return result;
+  int wait_ms = 0;
+  while (!step(curl, result)) wait(wait_ms);
   return result;
+}
+
+void request_driver::abandon(CURL* curl) noexcept {
+  const sigpipe_guard guard;
+  listener_ = nullptr;
+  curl_multi_remove_handle(multi_, curl);
+  cut_.show_end();
+  data_socket_ = CURL_SOCKET_BAD;
+}
+
+bool request_driver::cut_data() noexcept {
+  // The control connection must never be taken for it.
+  if (data_socket_ == CURL_SOCKET_BAD || data_socket_ == control_socket()) return false;
+  return cut_.cut(data_socket_);
+}
+
+bool request_driver::await_reply(std::chrono::milliseconds limit) const noexcept {
+  if (sockets_.empty()) return false;
+  // libcurl may have read it together with the one before.
+  if (bytes_.awaits_nothing(control_counter{control_socket()})) return true;
+  pollfd watched{control_socket(), POLLIN, 0};
+  return poll(&watched, 1, static_cast<int>(limit.count())) > 0;
+}
+
+std::chrono::milliseconds request_driver::longest_reply() const noexcept {
+  return std::chrono::ceil<std::chrono::milliseconds>(longest_reply_);
 }
 
 bool request_driver::is_out_of_step() const noexcept {
@@ -196,11 +259,15 @@ bool request_driver::has_unasked_reply() const noexcept {
 
 CURLcode request_driver::perform(CURL* curl) {
   const sigpipe_guard guard;
-  CURLcode result = run(curl);
+  CURLcode result = run(curl, nullptr);
   if (reply_came_first_) {  // nothing was sent yet
     close_connections(curl);
-    result = run(curl);
+    result = run(curl, nullptr);
   }
+  return settle(curl, result);
+}
+
+CURLcode request_driver::settle(CURL* curl, CURLcode result) {
   // Pinned by Upload.ASecondReplyIsNotTakenForTheSizeThatTheServerHas.
   if (has_unasked_reply() || is_out_of_step() || answer_.is_wrong()) close_connections(curl);
   // A write error is how take_header() ends a request.

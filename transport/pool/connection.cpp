@@ -7,6 +7,7 @@
 
 #include "boundary/log.h"
 #include "transport/command_list.h"
+#include "transport/ftp/tls_end.h"
 #include "transport/limits.h"
 #include "transport/login_options.h"
 #include "transport/request/curl_callbacks.h"
@@ -85,6 +86,7 @@ AERROR connection::connect() {
     return FAILED;
   }
   driver->watch_replies(curl);
+  tls_may_just_end_ = accept_end_without_goodbye(curl);
   const CURLcode code = log_in(*driver, curl, server_.wants_tls());
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
   if (code == CURLE_OK) {
@@ -99,6 +101,14 @@ CURL* connection::GETCURL() const noexcept { return curl_ == nullptr ? nullptr :
 CURLcode connection::exec(long connect_timeout, bool) {
   CURL* curl = GETCURL();
   if (curl == nullptr) return CURLE_FAILED_INIT;
+  begin_request(connect_timeout);
+  const CURLcode code = driver_->perform(curl);
+  end_request(code);
+  return code;
+}
+
+void connection::begin_request(long connect_timeout) {
+  CURL* curl = GETCURL();
   // libcurl notices an idle control connection that has ended, but takes a reply that waits on one for the
   // answer to its next command: a refused delete would be a success. Pinned by
   // Connection.TakesAReplyThatNobodyAskedForAsTheAnswerToNoCommand.
@@ -113,9 +123,13 @@ CURLcode connection::exec(long connect_timeout, bool) {
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, kLowSpeedSeconds);
   curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
   curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, &request_driver::trace);
-  const CURLcode code = driver_->perform(curl);
-  if (!server_.is_sftp() && has_lost_login_directory(curl, server_.url)) forget_control();
-  return code;
+}
+
+void connection::end_request(CURLcode code) {
+  // Who has not answered for so long would not hear a goodbye either, and the answer may come yet.
+  // Pinned by Patience.EndsAfterTwoMinutesWithoutAGoodbye.
+  if (code == CURLE_OPERATION_TIMEDOUT) forget_control();
+  if (!server_.is_sftp() && has_lost_login_directory(GETCURL(), server_.url)) forget_control();
 }
 
 void connection::quit() {
@@ -163,10 +177,6 @@ void connection::leave_moved_folder(std::uint64_t moves) {
   curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
   (void)exec(kConnectTimeoutSeconds, true);  // a failure closes the control connection, which is as good
   curl_easy_setopt(curl, CURLOPT_NOBODY, 0L);
-}
-
-void connection::watch_replies() noexcept {
-  if (driver_ != nullptr) driver_->watch_replies(GETCURL());
 }
 
 void connection::forget_control() noexcept {

@@ -12,6 +12,8 @@
 #include "boundary/abi/error_codes.h"
 #include "common/pinned.h"
 #include "transport/ftp/request_driver.h"
+#include "transport/piece_taker.h"
+#include "transport/pool/file_range.h"
 #include "transport/request/curl_logger.h"
 #include "transport/request/progress.h"
 #include "transport/server_settings.h"
@@ -45,6 +47,13 @@ class connection : pinned {
   /// The second argument is ignored. CURLE_FAILED_INIT without a handle.
   [[nodiscard]] CURLcode exec(long connect_timeout, bool ignored);
 
+  // connection_read.cpp
+  /// Hands the bytes of `range` to `taker`, fewer where the file ends before the range does. Repeated under
+  /// the one repeat rule. Undoes what it set on the handle, but for the speed limit, which the caller sets.
+  /// Returns what a ranged download of libcurl's would; CURLE_WRITE_ERROR for a stop by the host. An early
+  /// end costs an FTP login only where the server or the road does not allow for it.
+  [[nodiscard]] CURLcode read(const file_range& range, piece_taker& taker);
+
   /// Sends "QUIT" to an FTP server over the control connection that is open, and waits at most 10 s for the
   /// answer. Sends nothing when libcurl holds none any more, and nothing on SFTP.
   void quit();
@@ -56,25 +65,39 @@ class connection : pinned {
   /// request. Its results are libcurl codes; it neither needs nor changes the handle.
   [[nodiscard]] sftp_channel& sftp() noexcept { return sftp_; }
 
-  /// After a request that had a header function of its own, see request_driver.
-  void watch_replies() noexcept;
-
   /// Makes the next request begin on a fresh control connection.
   void forget_control() noexcept;
+
+  [[nodiscard]] bool is_sftp() const noexcept { return server_.is_sftp(); }
+
+ private:
+  friend class lease;
+  friend class transfer;
 
   /// Goes back to the login directory when `moves`, the number of folders moved so far, has changed since the
   /// last call: the directory that this connection stands in may have another name now. To be called before
   /// the request's options are set.
   void leave_moved_folder(std::uint64_t moves);
 
-  /// Progress record of the upload that last ran here; stays set on the handle after the upload.
-  [[nodiscard]] progress_binding& upload_progress() noexcept { return upload_progress_; }
+  /// Lines of replies are appended to `copy` as well, until it is null again.
+  void copy_replies_to(byte_vector* copy) noexcept { driver_->copy_replies_to(copy); }
 
- private:
+  /// What every request begins with: a control connection that is in step, and the options that all share.
+  void begin_request(long connect_timeout);
+  /// What every request ends with, while its URL is still set; `code` is its result.
+  void end_request(CURLcode code);
+
+  // connection_read.cpp
+  [[nodiscard]] bool can_end_early(const std::string& url) const;
+  [[nodiscard]] CURLcode read_piece(const file_range& range, piece_taker& taker);
+  [[nodiscard]] CURLcode read_libcurl_range(const file_range& range, piece_taker& taker);
+
   server_settings server_;
   sftp_channel sftp_{server_};
-  progress_binding upload_progress_{};
+  progress_binding upload_progress_{};  // of the last upload; stays set on the handle
   std::uint64_t folder_moves_ = 0;
+  bool tls_may_just_end_ = false;           // the TLS of this connection's libcurl
+  bool server_tells_of_ends_ = true;        // that come early; some servers do not always
   std::unique_ptr<request_driver> driver_;  // outlives the handle, see request_driver
   std::shared_ptr<CURLLogger> curl_;
 };

@@ -1,4 +1,3 @@
-#include "transport/command_list.h"
 #include "transport/pool/pool.h"
 #include "transport/pool/transfer.h"
 
@@ -7,10 +6,7 @@ namespace ftp_plugin {
 bool pool::probe(const char* command, bool& accepted) {
   auto con = pop_con();
   if (con->GETCURL() == nullptr) return false;
-  command_list commands;
-  add(commands, command);
-  const CURLcode code =
-      transfer{*con}.set(CURLOPT_QUOTE, commands.get(), nullptr).set(CURLOPT_NOBODY, 1L, 0L).run_once();
+  const CURLcode code = transfer{*con}.send_before({command}).set(CURLOPT_NOBODY, 1L, 0L).run_once();
   accepted = code == CURLE_OK;
   push_con(std::move(con));
   return true;

@@ -1,6 +1,6 @@
 // Signs requests to web services: turns an authorization answer into request arguments and headers and puts
 // them onto any request object before it is performed. The token comes from the host and is kept nowhere
-// else.
+// else. No operation signs a request: the signer belongs to the library by contract.
 //
 // SetAuth and SignAuthentication may run on several threads at once: a request never sees half of a change.
 // The other operations are for the time before the signer is shared.

@@ -1,5 +1,6 @@
-// The request object: one libcurl easy handle and the state of one request. Its HTTP side (query, headers,
-// perform) serves signed web requests; the file protocols use the bare handle, SetSpeedLimit and Clear.
+// The request object: one libcurl easy handle and the state of one request. Operations use the bare handle,
+// SetSpeedLimit and Clear. No operation calls the web side (form, query, headers, the three performs): it
+// belongs to the library by contract.
 //
 // One thread at a time. A request object is used for any number of requests, each followed by Clear(). What
 // libcurl refuses shows in the result of the next perform; nothing here throws on a failed transfer, and

@@ -1,4 +1,4 @@
-// What one performed request brought back.
+// What one performed web request brought back; no operation makes one.
 #pragma once
 
 #include <curl/curl.h>

@@ -9,10 +9,16 @@ void report(const progress_binding* binding, curl_off_t total, curl_off_t now, C
   if (binding == nullptr || binding->function == nullptr) return;
   double speed = 0;
   if (binding->handle != nullptr) curl_easy_getinfo(binding->handle, speed_kind, &speed);
-  (void)no_throw("progress", 0, [&] { return binding->function(total, now, binding->context, speed); });
+  report_progress(*binding, total, now, speed);
 }
 
 }  // namespace
+
+void report_progress(const progress_binding& binding, std::int64_t total, std::int64_t now,
+                     double speed) noexcept {
+  if (binding.function == nullptr) return;
+  (void)no_throw("progress", 0, [&] { return binding.function(total, now, binding.context, speed); });
+}
 
 int _CURL_PROGRESS(void* binding, curl_off_t, curl_off_t, curl_off_t upload_total,
                    curl_off_t uploaded) noexcept {

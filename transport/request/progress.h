@@ -3,6 +3,8 @@
 
 #include <curl/curl.h>
 
+#include <cstdint>
+
 #include "boundary/abi/transfer_handle.h"
 
 namespace ftp_plugin {
@@ -19,6 +21,11 @@ struct progress_binding {
   if (host == nullptr) return {nullptr, nullptr, curl};
   return {host->progress, host->progress_context, curl};
 }
+
+/// Calls the bound function with `total`, `now`, its context and `speed` in bytes per second. What it throws
+/// ends here.
+void report_progress(const progress_binding& binding, std::int64_t total, std::int64_t now,
+                     double speed) noexcept;
 
 /// Transfer-info function of an upload: calls the bound function with total, sent, context and the average
 /// upload speed. `binding` is a progress_binding or null. Always answers 0: progress never ends a transfer.

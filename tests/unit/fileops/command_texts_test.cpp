@@ -77,11 +77,5 @@ TEST_P(CommandText, IsCheckedBeforeItIsSent) {
 INSTANTIATE_TEST_SUITE_P(, CommandText, testing::ValuesIn(kCheckCases),
                          [](const auto& row) { return row.param.label; });
 
-TEST(RangeText, HoldsTheFirstAndTheLastByte) {
-  EXPECT_EQ(range_text(0, 1), "0-0");
-  EXPECT_EQ(range_text(5, 10), "5-14");
-  EXPECT_EQ(range_text(6'000'000'000, 2), "6000000000-6000000001");
-}
-
 }  // namespace
 }  // namespace ftp_plugin

@@ -54,17 +54,18 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::Ne;
 
-/// An FTP server behind a view that may say something else: how a transfer is set up is decided by the view.
+/// An FTP server behind settings that may say something else: they decide how a transfer is set up.
 class TransferOptions : public testing::Test {
  protected:
   TransferOptions() {
     server.add_file("/a.txt", "hello");
-    EXPECT_EQ(connections->TestConnect(), SUCCESS);
+    EXPECT_EQ(ftp->TestConnect(), SUCCESS);
+    EXPECT_EQ(sftp->TestConnect(), SUCCESS);
   }
   ~TransferOptions() override { bound_record = nullptr; }
 
   server_view view(bool is_sftp) {
-    return {.connections = connections,
+    return {.connections = is_sftp ? sftp : ftp,
             .is_sftp = is_sftp,
             .url = url,
             .paths = {.root_path = "", .origin = path_origin::kLoginDirectory},
@@ -97,8 +98,8 @@ class TransferOptions : public testing::Test {
   std::string url = server.url();
   std::string charset;
   std::atomic<bool> vxworks{false};
-  std::shared_ptr<pool> connections =
-      std::make_shared<pool>(settings_map{{"url", url}, {"type", "ftp"}, {"anonymous", "true"}});
+  std::shared_ptr<pool> ftp = std::make_shared<pool>(settings_map{{"url", url}, {"type", "ftp"}});
+  std::shared_ptr<pool> sftp = std::make_shared<pool>(settings_map{{"url", url}, {"type", "sftp"}});
   option_record options;
 };
 

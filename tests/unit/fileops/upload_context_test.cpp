@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -17,10 +18,10 @@ class Cache final : public ICacheIO {
  public:
   int ReadBlock(CACHE_READ_REQUEST* request) override {
     EXPECT_EQ(request->done, 0U);
-    EXPECT_EQ(request->file_size, bytes.size());
     EXPECT_EQ(request->reserved[0], 0U);
     EXPECT_EQ(request->reserved[1], 0U);
     handle = request->handle;
+    file_size = request->file_size;
     ++calls;
     const auto offset = static_cast<std::size_t>(request->offset);
     const std::size_t n = std::min({bytes.size() - offset, static_cast<std::size_t>(request->length), most});
@@ -33,6 +34,7 @@ class Cache final : public ICacheIO {
   std::size_t most = SIZE_MAX;
   std::uint64_t lie = 0;  // what `done` says instead of the truth; 0: the truth
   int calls = 0;
+  std::uint64_t file_size = 0;
   std::shared_ptr<_FS_HANDLE> handle;
   std::function<void()> on_read;
 };
@@ -45,8 +47,8 @@ class UploadContext : public testing::Test {
   }
   Cache cache;
   std::shared_ptr<_FS_HANDLE> handle = std::make_shared<_FS_HANDLE>();
-  _RAREADCTX context{0, handle, &cache, 0};
   char buffer[64] = {};
+  _RAREADCTX context{0, handle, &cache, 0, sizeof buffer};
 };
 
 TEST_F(UploadContext, ReadsOnWhereItEndedAndReportsThePosition) {
@@ -59,6 +61,7 @@ TEST_F(UploadContext, ReadsOnWhereItEndedAndReportsThePosition) {
   EXPECT_EQ(handle->position, 10);
   EXPECT_EQ(ask(1, 64), 0U);
   EXPECT_EQ(cache.handle, handle);
+  EXPECT_EQ(cache.file_size, 10U);
 }
 
 TEST_F(UploadContext, ShortBlocksAreNoEnd) {
@@ -93,6 +96,51 @@ TEST_F(UploadContext, MoreThanWasAskedForIsRefused) {
     EXPECT_EQ(context.offset, 0U);
     EXPECT_EQ(handle->position, 0);
   }
+}
+
+// libcurl 8 asks for the rest of the file with the length of the rest.
+TEST_F(UploadContext, TheCacheIsAskedForAWholeBlockWhereLibcurlWantsTheRest) {
+  cache.bytes = "0123456789";
+  EXPECT_EQ(ask(1, 10), 10U);
+  EXPECT_EQ(std::string(buffer, 10), "0123456789");
+  EXPECT_EQ(context.offset, 10U);
+  EXPECT_EQ(handle->position, 10);
+
+  cache.bytes = "0123456789ab";
+  context.offset = 0;
+  context.size = 10;
+  EXPECT_EQ(read_callback_cache_func(buffer, 1, 10, &context), 10U) << "libcurl gets what it asked for";
+  EXPECT_EQ(context.offset, 12U) << "and the upload is told not to be whole";
+}
+
+TEST_F(UploadContext, TheRestInShortBlocksIsNoEnd) {
+  cache.bytes = "0123";
+  cache.most = 1;
+  for (const std::size_t left : {4, 3, 2, 1}) EXPECT_EQ(ask(1, left), 1U);
+  EXPECT_EQ(context.offset, 4U);
+}
+
+TEST_F(UploadContext, MoreThanABlockOfTheRestIsRefused) {
+  cache.bytes = "abc";
+  cache.lie = 65;
+  EXPECT_EQ(ask(1, 3), 4U);
+  EXPECT_EQ(context.offset, 0U);
+}
+
+TEST_F(UploadContext, ACacheThatWasNotAskedForAnEmptyFileIsAskedOnce) {
+  ask_for_an_empty_file(context);
+  EXPECT_EQ(cache.calls, 1);
+  EXPECT_EQ(context.offset, 0U);
+  ask_for_an_empty_file(context);
+  EXPECT_EQ(cache.calls, 1) << "it has answered";
+}
+
+TEST_F(UploadContext, AnEmptyFileThatIsNotEmptyIsNotWhole) {
+  cache.bytes = "abc";
+  cache.on_read = [] { throw std::runtime_error{"host"}; };
+  _RAREADCTX throwing{0, handle, &cache, 0, sizeof buffer};
+  ask_for_an_empty_file(throwing);
+  EXPECT_NE(throwing.offset, 0U);
 }
 
 TEST_F(UploadContext, AThrowingCacheAborts) {

@@ -18,7 +18,7 @@ using Texts = std::vector<std::string>;
 
 class Delivery : public testing::Test {
  protected:
-  Delivery() { bind_logger(&logger_); }
+  Delivery() { EXPECT_TRUE(bind_logger(&logger_)); }
   ~Delivery() override { unbind_logger(); }
 
   listing_context context(bool is_mlsd) {

@@ -85,7 +85,7 @@ TEST(Protocol, AManagerThatFillsTheWholeBufferIsReadToItsEnd) {
 
 TEST(Protocol, AQuotaCallbackThatThrowsChangesNothing) {
   const Owned protocol = make_protocol();
-  protocol->SetQuota(7, 3);
+  ASSERT_EQ(protocol->SetQuota(7, 3), SUCCESS);
   protocol->SetQuotaCallback(nullptr, [](void*, void*, long long* total, long long*) -> bool {
     *total = 1;
     throw std::runtime_error{"no quota"};
@@ -139,7 +139,9 @@ TEST_P(Features, TellHowTimesAreTreated) {
   fakes::FtpServer server;
   server.stop();
   const Owned protocol = make_protocol();
-  if (want.server_times != nullptr) set_options(*protocol, "use_server_time", want.server_times);
+  if (want.server_times != nullptr) {
+    ASSERT_EQ(set_options(*protocol, "use_server_time", want.server_times), SUCCESS);
+  }
   const std::string url = want.url + server.url().substr(6);
   EXPECT_EQ(protocol->Connect(nullptr, form({{"url", "\"" + url + "\""}}).c_str()), PATH_NOT_FOUND);
   EXPECT_EQ(protocol->GetFeature(), want.features);

@@ -19,7 +19,7 @@ struct log_line {
 
 class recording_log : public ILog {
  public:
-  explicit recording_log(int tracing = 0) : tracing_{tracing} { bind_logger(this); }
+  explicit recording_log(int tracing = 0) : tracing_{tracing} { (void)bind_logger(this); }
   recording_log(const recording_log&) = delete;
   recording_log& operator=(const recording_log&) = delete;
   ~recording_log() { unbind_logger(); }

@@ -288,7 +288,9 @@ TEST_F(Connection, TakesAReplyThatNobodyAskedForAsTheAnswerToNoCommand) {
 /// Opens a gate when libcurl has chosen the open connection for its next request, and waits for what comes.
 class LateReply final : public ILog {
  public:
-  LateReply(fakes::Gate& gate, curl_socket_t control) : gate_{gate}, control_{control} { bind_logger(this); }
+  LateReply(fakes::Gate& gate, curl_socket_t control) : gate_{gate}, control_{control} {
+    (void)bind_logger(this);
+  }
   LateReply(const LateReply&) = delete;
   LateReply& operator=(const LateReply&) = delete;
   ~LateReply() { unbind_logger(); }
