@@ -2,55 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <new>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
-#include "boundary/host_bindings.h"
-#include "tests/fakes/host.h"
-#include "tests/unit/listing/utc.h"
+#include "tests/unit/listing/delivery_fixture.h"
 
 namespace ftp_plugin {
 namespace {
 
-using Texts = std::vector<std::string>;
 constexpr const char* kHeader = "  size          date       time       name\r\n";
 constexpr const char* kMlsd =
     "type=cdir;modify=20200105123456; .\r\n"
     "type=dir;modify=20200105123456; sub\r\n"
     "type=file;size=5;modify=20210105123456; a.txt\r\n"
     "type=file;size=6;modify=20220105123456; b.txt\r\n";
-
-class Delivery : public testing::Test {
- protected:
-  Delivery() { EXPECT_TRUE(bind_logger(&logger_)); }
-  ~Delivery() override { unbind_logger(); }
-
-  listing_context context(bool is_mlsd) {
-    return {.path = "/dir",
-            .is_mlsd = is_mlsd,
-            .is_sftp = false,
-            .names_are_utf8 = true,
-            .server_charset = charset_,
-            .vxworks_server = vxworks_,
-            .list = &list_,
-            .find_name = nullptr,
-            .found = nullptr,
-            .clock = &clock_};
-  }
-  Texts identifiers() const {
-    Texts all;
-    for (const _FS_FILE_V2& file : list_.files()) all.push_back(file.id);
-    return all;
-  }
-
-  fakes::Logger logger_;
-  fakes::FileList list_;
-  std::string charset_;
-  std::atomic<bool> vxworks_{false};
-  const list_clock clock_ = list_clock_at(utc(2024, 6, 15));
-};
 
 TEST_F(Delivery, HandsOverEveryLineInItsOrder) {
   deliver_listing(kMlsd, context(true));
@@ -259,101 +224,6 @@ TEST_F(Delivery, LookUpOfAnEmptyNameFindsTheFirstLineThatNobodyUnderstands) {
   deliver_listing("type=dir; a\nno-blank\ntype=dir; b\n", look_up);
   EXPECT_EQ(found.attr, 0U);
   EXPECT_EQ(list_.names(), (Texts{"a", ""}));
-}
-
-TEST_F(Delivery, ConvertsNamesButNotIdentifiers) {
-  charset_ = "ISO-8859-1";
-  listing_context latin = context(true);
-  latin.names_are_utf8 = false;
-  deliver_listing("type=file; \xe4.txt\ntype=file; b\ntype=file; \xfc\n", latin);
-  EXPECT_EQ(list_.names(), (Texts{"ä.txt", "b", "ü"}));
-  EXPECT_EQ(identifiers(), (Texts{"/dir/\xe4.txt", "/dir/b", "/dir/\xfc"}));
-  EXPECT_EQ(logger_.lines_with("AddFile")[0],
-            "1 [PROTOCOL  ] _GetFileList AddFile: [/dir/\xe4.txt] name[ä.txt] attr[1] time[]");
-}
-
-TEST_F(Delivery, LooksUpTheRawNameAndAnswersTheConvertedOne) {
-  charset_ = "ISO-8859-1";
-  listing_context latin = context(true);
-  latin.names_are_utf8 = false;
-  _FS_FILE_V2 found;
-  latin.found = &found;
-  latin.find_name = "ä";  // as it is called only after the conversion
-  deliver_listing("type=file; \xe4\n", latin);
-  EXPECT_EQ(found.name, "");
-  latin.find_name = "\xe4";
-  deliver_listing("type=file; \xe4\n", latin);
-  EXPECT_EQ(found.name, "ä");
-}
-
-TEST_F(Delivery, LeavesNamesOfAUtf8ServerAlone) {
-  charset_ = "ISO-8859-1";
-  deliver_listing("type=file; \xe4\n", context(true));
-  EXPECT_EQ(list_.names(), Texts{"\xe4"});
-}
-
-TEST_F(Delivery, LeavesSftpNamesAlone) {
-  charset_ = "ISO-8859-1";
-  listing_context sftp = context(false);
-  sftp.is_sftp = true;
-  sftp.names_are_utf8 = false;
-  deliver_listing("-rw-r--r-- 1 o g 5 Mar 10 2019 \xe4;1577836800\n", sftp);
-  EXPECT_EQ(list_.names(), Texts{"\xe4"});
-  EXPECT_EQ(list_.files()[0].modify_time, "2020-01-01T00:00:00.000Z");
-}
-
-TEST_F(Delivery, KeepsANameThatCannotBeConverted) {
-  charset_ = "UTF-8";
-  listing_context other = context(true);
-  other.names_are_utf8 = false;
-  deliver_listing("type=file; a\xe4-\ntype=file; \xc3\ntype=file; ä\n", other);
-  EXPECT_EQ(list_.names(), (Texts{"a\xe4-", "\xc3", "ä"}));  // invalid, cut short, and a good one after them
-  EXPECT_EQ(logger_.lines_with("exception"), Texts{});
-}
-
-TEST_F(Delivery, BeginsAndEndsEveryNameInTheInitialState) {
-  // This encoding holds a letter back until it knows that no accent follows: the next name is no accent.
-  charset_ = "TCVN";
-  listing_context vietnamese = context(true);
-  vietnamese.names_are_utf8 = false;
-  deliver_listing("type=file; ca\ntype=file; \xb3\ntype=file; e\n", vietnamese);
-  EXPECT_EQ(list_.names()[0], "ca");
-  EXPECT_EQ(list_.names()[2], "e");
-
-  // A name that ends shifted does not shift the next one.
-  charset_ = "ISO-2022-JP";
-  listing_context japanese = context(true);
-  japanese.names_are_utf8 = false;
-  deliver_listing("type=file; \x1b$B$\"\ntype=file; $\"\n", japanese);
-  EXPECT_EQ(list_.names()[3], "あ");
-  EXPECT_EQ(list_.names()[4], "$\"");
-}
-
-TEST_F(Delivery, KeepsNamesWhoseEncodingNobodyKnows) {
-  charset_ = "NO-SUCH-CHARSET";
-  listing_context unknown = context(true);
-  unknown.names_are_utf8 = false;
-  deliver_listing("type=file; \xe4\n", unknown);
-  EXPECT_EQ(list_.names(), Texts{"\xe4"});
-}
-
-TEST_F(Delivery, KeepsANameWhoseConversionIsTooLong) {
-  charset_ = "ISO-8859-1";
-  listing_context latin = context(true);
-  latin.names_are_utf8 = false;
-  const std::string too_long(40'000, '\xe4');  // 80,000 bytes of UTF-8
-  deliver_listing(("type=file; " + too_long + "\ntype=file; \xe4").c_str(), latin);
-  EXPECT_EQ(list_.names(), (Texts{too_long, "ä"}));
-}
-
-TEST_F(Delivery, LogsAConversionThatThrowsAndKeepsTheName) {
-  _FS_FILE_V2 record;
-  record.name = "raw";
-  record.attr = 2;
-  convert_record_name(record,
-                      [](const std::string&) -> std::optional<std::string> { throw std::bad_alloc{}; });
-  EXPECT_EQ(record.name, "raw");
-  EXPECT_EQ(logger_.lines(), Texts{"8 [PROTOCOL  ] _GetFileList utf8 encoding exception: name[raw] attr[2]"});
 }
 
 TEST_F(Delivery, KnowsAVxworksServerByItsFirstLine) {

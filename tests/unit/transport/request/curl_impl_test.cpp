@@ -1,4 +1,4 @@
-// The request object against a small web server.
+// The request object: what is set on it, and what a request then carries.
 #include "transport/request/curl_impl.h"
 
 #include <gmock/gmock.h>
@@ -8,12 +8,14 @@
 #include <chrono>
 #include <cstring>
 #include <locale>
-#include <map>
+#include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/unit/transport/http_responder.h"
+#include "tests/unit/transport/request/web_request.h"
 #include "transport/request/curl_callbacks.h"
 
 namespace ftp_plugin {
@@ -22,20 +24,6 @@ namespace {
 using testing_tools::http_reply;
 using testing_tools::http_request;
 using testing_tools::http_responder;
-
-void* as_pointer(std::size_t (*function)(char*, std::size_t, std::size_t, void*) noexcept) {
-  return reinterpret_cast<void*>(function);
-}
-
-std::string header_of(const curl_response& response) {
-  return {response.header.get(), response.header_length};
-}
-std::string body_of(const curl_response& response) { return {response.body.get(), response.body_length}; }
-
-std::size_t append_to_string(char* data, std::size_t size, std::size_t count, void* text) noexcept {
-  static_cast<std::string*>(text)->append(data, size * count);
-  return size * count;
-}
 
 TEST(CURLImpl, ForgetsNothingThatWasSetUntilCleared) {
   CURLImpl request;
@@ -166,283 +154,13 @@ TEST(Escape, TakesNullForNoText) {
   EXPECT_EQ(CURLImpl{}.Unescape(nullptr), "");
 }
 
-TEST(PerformGet, SplitsTheAnswerIntoHeaderAndBody) {
-  const http_responder server{
-      [](const http_request&) { return http_reply("201 Created", "X-Note: a\r\n", "the body"); }};
-  CURLImpl request;
-  request.SetURL(server.url("/").c_str());
-  const curl_response response = request.PerformGet(nullptr, nullptr);
-  EXPECT_EQ(response.result, CURLE_OK);
-  EXPECT_EQ(response.response_code, 201);
-  EXPECT_EQ(header_of(response),
-            "HTTP/1.1 201 Created\r\nConnection: close\r\nX-Note: a\r\nContent-Length: 8\r\n\r\n");
-  EXPECT_EQ(body_of(response), "the body");
-  EXPECT_EQ(response.header[static_cast<std::ptrdiff_t>(response.header_length)], '\0');
-  EXPECT_EQ(response.body[static_cast<std::ptrdiff_t>(response.body_length)], '\0');
-  EXPECT_GT(response.download_speed, 0.0);
-}
-
-TEST(PerformGet, GivesAnEmptyBodyAsABufferOfItsOwn) {
-  const http_responder server{[](const http_request&) { return http_reply("204 No Content", "", ""); }};
-  CURLImpl request;
-  request.SetURL(server.url("/").c_str());
-  const curl_response response = request.PerformGet(nullptr, nullptr);
-  ASSERT_NE(response.body, nullptr);
-  EXPECT_EQ(response.body_length, 0U);
-  EXPECT_STREQ(response.body.get(), "");
-}
-
-TEST(PerformGet, SendsQueryHeadersAgentAndEncodings) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/path").c_str());
-  request.AddQuery("q", "a b");
-  request.AddHeader("X-Mine", 7);
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
-  const http_request seen = server.last();
-  EXPECT_EQ(seen.method, "GET");
-  EXPECT_EQ(seen.target, "/path?q=a%20b");
-  EXPECT_EQ(seen.headers.at("x-mine"), "7");
-  EXPECT_EQ(seen.headers.at("user-agent"), "Nimbora(gzip)");
-  EXPECT_THAT(seen.headers.at("accept-encoding"), testing::HasSubstr("gzip"));
-}
-
-TEST(PerformGet, JoinsTheQueryWithAQuestionMarkInEveryCase) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/path?a=1").c_str());
-  request.AddQuery("b", 2);
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
-  EXPECT_EQ(server.last().target, "/path?a=1?b=2");
-}
-
-TEST(PerformGet, UsesTheMethodOfItsOwnUntilCleared) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/x").c_str());
-  request.SetRequest("DELETE");
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
-  EXPECT_EQ(server.last().method, "DELETE");
-  request.Clear();
-  request.SetURL(server.url("/x").c_str());
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
-  EXPECT_EQ(server.last().method, "GET");
-}
-
-TEST(PerformGet, LeavesTheBodyToTheWriteFunctionOfTheCaller) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/x").c_str());
-  std::string got;
-  const curl_response response = request.PerformGet(as_pointer(&append_to_string), &got);
-  EXPECT_EQ(response.result, CURLE_OK);
-  EXPECT_EQ(response.response_code, 200);
-  EXPECT_EQ(got, "hello");  // no header in it
-  EXPECT_EQ(response.header, nullptr);
-  EXPECT_EQ(response.body, nullptr);
-}
-
-TEST(PerformGet, FollowsARedirectAndKeepsEveryHeader) {
-  const http_responder server{[](const http_request& request) {
-    return request.target == "/from" ? http_reply("302 Found", "Location: /to\r\n", "ignored")
-                                     : http_reply("200 OK", "", "arrived");
-  }};
-  CURLImpl request;
-  request.SetURL(server.url("/from").c_str());
-  const curl_response response = request.PerformGet(nullptr, nullptr);
-  EXPECT_EQ(response.response_code, 200);
-  EXPECT_EQ(body_of(response), "arrived");
-  EXPECT_THAT(header_of(response), testing::StartsWith("HTTP/1.1 302 Found\r\n"));
-  EXPECT_THAT(header_of(response), testing::HasSubstr("HTTP/1.1 200 OK\r\n"));
-}
-
-TEST(PerformGet, GivesUpAfterThirtyTwoRedirects) {
-  const http_responder server{
-      [](const http_request&) { return http_reply("302 Found", "Location: /again\r\n", ""); }};
-  CURLImpl request;
-  request.SetURL(server.url("/").c_str());
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_TOO_MANY_REDIRECTS);
-  EXPECT_EQ(server.requests().size(), 33U);
-}
-
-TEST(PerformGet, ReportsAFailureByItsCodeAlone) {
-  std::string url;
-  {
-    const http_responder gone;
-    url = gone.url("/");
-  }
-  CURLImpl request;
-  request.SetURL(url.c_str());
-  const curl_response response = request.PerformGet(nullptr, nullptr);
-  EXPECT_EQ(response.result, CURLE_COULDNT_CONNECT);
-  EXPECT_EQ(response.response_code, 0);
-  EXPECT_EQ(response.header, nullptr);
-  EXPECT_EQ(response.body, nullptr);
-}
-
-TEST(AtRest, NothingReachesTheStandardOutputOfTheHost) {
-  const http_responder server;
-  CURLImpl request;
-  curl_easy_setopt(request.GetCURL(), CURLOPT_URL, server.url("/bare").c_str());
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(curl_easy_perform(request.GetCURL()), CURLE_OK);
-  request.Clear();
-  EXPECT_EQ(curl_easy_setopt(request.GetCURL(), CURLOPT_HTTPGET, 1L), CURLE_OK);
-  EXPECT_EQ(curl_easy_perform(request.GetCURL()), CURLE_OK);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(server.requests().size(), 2U);
-}
-
-TEST(AtRest, ThePerformedRequestLeavesNoPointerBehind) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/first").c_str());
-  request.AddHeader("X-Mine", 1);
-  std::string got;
-  EXPECT_EQ(request.PerformGet(as_pointer(&append_to_string), &got).result, CURLE_OK);
-  EXPECT_EQ(request.PerformPost("text").result, CURLE_OK);
-  EXPECT_EQ(curl_easy_setopt(request.GetCURL(), CURLOPT_HTTPGET, 1L), CURLE_OK);
-  EXPECT_EQ(curl_easy_perform(request.GetCURL()), CURLE_OK);
-  EXPECT_EQ(server.last().headers.count("x-mine"), 0U);
-  EXPECT_EQ(got, "hello");
-}
-
-TEST(PerformPost, SendsATextInChunks) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/post").c_str());
-  const curl_response response = request.PerformPost("the posted text");
-  EXPECT_EQ(response.result, CURLE_OK);
-  EXPECT_EQ(body_of(response), "hello");
-  EXPECT_THAT(header_of(response), testing::HasSubstr("HTTP/1.1 200 OK\r\n"));
-  const http_request seen = server.last();
-  EXPECT_EQ(seen.method, "POST");
-  EXPECT_EQ(seen.body, "the posted text");
-  EXPECT_EQ(seen.headers.at("transfer-encoding"), "chunked");
-}
-
-TEST(PerformPost, SendsAnEmptyText) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/post").c_str());
-  EXPECT_EQ(request.PerformPost("").result, CURLE_OK);
-  EXPECT_EQ(server.last().method, "POST");
-  EXPECT_EQ(server.last().body, "");
-}
-
-TEST(PerformPost, SendsALongTextWithZeroBytesWhole) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/post").c_str());
-  std::string text;
-  for (int i = 0; i < 300000; ++i) text += static_cast<char>(i % 251);
-  EXPECT_EQ(request.PerformPost(text).result, CURLE_OK);
-  EXPECT_EQ(server.last().body, text);
-}
-
-TEST(PerformPost, AppendsTheQueryToTheUrl) {
-  const http_responder server;
-  CURLImpl request;
-  request.AddQuery("q", "a b");
-  request.SetURL(server.url("/post").c_str());
-  EXPECT_EQ(request.PerformPost("x").result, CURLE_OK);
-  EXPECT_EQ(server.last().target, "/post?q=a%20b");
-  request.SetURL(server.url("/post?p=1").c_str());
-  EXPECT_EQ(request.PerformPost("x").result, CURLE_OK);
-  EXPECT_EQ(server.last().target, "/post?p=1&q=a%20b");
-}
-
-TEST(PerformPost, AnnouncesTheSizeThatTheCallerKnows) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/post").c_str());
-  read_cursor cursor{"0123456789", 0, 10};
-  EXPECT_EQ(request.PerformPost(as_pointer(&read_from_cursor), &cursor, 10).result, CURLE_OK);
-  EXPECT_EQ(server.last().body, "0123456789");
-  EXPECT_EQ(server.last().headers.at("content-length"), "10");
-}
-
-TEST(PerformPost, MakesTheQueryTheBodyWithoutAReadFunction) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/post").c_str());
-  request.AddQuery("q", "a b");
-  EXPECT_EQ(request.PerformPost(nullptr, nullptr, -1).result, CURLE_OK);
-  EXPECT_EQ(server.last().target, "/post");
-  EXPECT_EQ(server.last().body, "q=a%20b");
-  EXPECT_EQ(server.last().headers.at("content-length"), "7");
-}
-
-TEST(PerformPost, CutsTheQueryToTheGivenSizeAndNeverReadsBeyondIt) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/post").c_str());
-  request.AddQuery("q", "value");
-  EXPECT_EQ(request.PerformPost(nullptr, nullptr, 3).result, CURLE_OK);
-  EXPECT_EQ(server.last().body, "q=v");
-  EXPECT_EQ(request.PerformPost(nullptr, nullptr, 1000).result, CURLE_OK);
-  EXPECT_EQ(server.last().body, "q=value");
-  EXPECT_EQ(request.PerformPost(nullptr, nullptr, -7).result, CURLE_OK);
-  EXPECT_EQ(server.last().body, "q=value");
-}
-
-TEST(PerformPost, SendsTheTextAgainAfterARedirectThatKeepsTheMethod) {
-  const http_responder server{[](const http_request& request) {
-    return request.target == "/from" ? http_reply("307 Temporary Redirect", "Location: /to\r\n", "")
-                                     : http_reply("200 OK", "", "arrived");
-  }};
-  CURLImpl request;
-  request.SetURL(server.url("/from").c_str());
-  const curl_response response = request.PerformPost("sent twice");
-  EXPECT_EQ(response.result, CURLE_OK);
-  EXPECT_EQ(body_of(response), "arrived");
-  const auto seen = server.requests();
-  ASSERT_EQ(seen.size(), 2U);
-  EXPECT_EQ(seen[0].body, "sent twice");
-  EXPECT_EQ(seen[1].target, "/to");
-  EXPECT_EQ(seen[1].method, "POST");
-  EXPECT_EQ(seen[1].body, "sent twice");
-}
-
-curl_httppost* new_form() {
-  curl_httppost* first = nullptr;
-  curl_httppost* last = nullptr;
-  curl_formadd(&first, &last, CURLFORM_COPYNAME, "field", CURLFORM_COPYCONTENTS, "form value", CURLFORM_END);
-  return first;
-}
-
-TEST(PerformPost, SendsAFormAsTheBody) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/form").c_str());
-  request.SetPost(new_form());
-  EXPECT_EQ(request.PerformPost(nullptr, nullptr, -1).result, CURLE_OK);
-  EXPECT_THAT(server.last().headers.at("content-type"), testing::StartsWith("multipart/form-data"));
-  EXPECT_THAT(server.last().body, testing::HasSubstr("name=\"field\"\r\n\r\nform value\r\n"));
-}
-
-TEST(PerformPost, PrefersTheFormToAReadFunction) {
-  const http_responder server;
-  CURLImpl request;
-  request.SetURL(server.url("/form").c_str());
-  request.AddQuery("q", 1);
-  request.SetPost(new_form());
-  read_cursor cursor{"unread", 0, 6};
-  EXPECT_EQ(request.PerformPost(as_pointer(&read_from_cursor), &cursor, 6).result, CURLE_OK);
-  EXPECT_THAT(server.last().body, testing::HasSubstr("form value"));
-  EXPECT_EQ(server.last().target, "/form?q=1");
-  EXPECT_EQ(cursor.position, 0U);
-}
-
 TEST(Form, IsForgottenByClear) {
   const http_responder server;
   CURLImpl request;
   request.SetPost(new_form());
-  request.SetURL(server.url("/form").c_str());
-  EXPECT_EQ(request.PerformPost("text").result, CURLE_OK);
+  expect_post(request, server.url("/form"), "text");
   request.Clear();
-  request.SetURL(server.url("/form").c_str());
-  EXPECT_EQ(request.PerformPost("plain").result, CURLE_OK);
+  expect_post(request, server.url("/form"), "plain");
   EXPECT_EQ(server.last().body, "plain");
 }
 
@@ -469,22 +187,27 @@ TEST(SpeedLimit, SlowsADownload) {
 struct progress_record {
   std::vector<std::pair<std::int64_t, std::int64_t>> calls;
   double last_speed = -1;
+
+  /// A handle whose progress is written down here.
+  std::shared_ptr<_FS_HANDLE> handle() {
+    auto made = std::make_shared<_FS_HANDLE>();
+    made->progress_context = this;
+    made->progress = [](std::int64_t total, std::int64_t now, void* context, double speed) {
+      auto* record = static_cast<progress_record*>(context);
+      record->calls.emplace_back(total, now);
+      record->last_speed = speed;
+      return 1;
+    };
+    return made;
+  }
 };
-int record_progress(std::int64_t total, std::int64_t now, void* context, double speed) {
-  auto* record = static_cast<progress_record*>(context);
-  record->calls.emplace_back(total, now);
-  record->last_speed = speed;
-  return 1;
-}
 
 TEST(BindHandle, ReportsAnUploadToTheHostAndIgnoresItsAnswer) {
   // Nothing comes back, so only the upload has a speed.
   const http_responder server{[](const http_request&) { return http_reply("200 OK", "", ""); }};
   CURLImpl request;
   progress_record record;
-  auto handle = std::make_shared<_FS_HANDLE>();
-  handle->progress = &record_progress;
-  handle->progress_context = &record;
+  auto handle = record.handle();
   request.BindHandle(handle);
   handle.reset();  // its function and context were copied
   request.SetURL(server.url("/up").c_str());
@@ -501,12 +224,9 @@ TEST(BindHandle, ReportsADownload) {
       [](const http_request&) { return http_reply("200 OK", "", std::string(1000, 'd')); }};
   CURLImpl request;
   progress_record record;
-  auto handle = std::make_shared<_FS_HANDLE>();
-  handle->progress = &record_progress;
-  handle->progress_context = &record;
+  auto handle = record.handle();
   request.BindHandleForDownload(handle);
-  request.SetURL(server.url("/down").c_str());
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
+  expect_get(request, server.url("/down"));
   ASSERT_FALSE(record.calls.empty());
   EXPECT_EQ(record.calls.back(), (std::pair<std::int64_t, std::int64_t>{1000, 1000}));
   EXPECT_GT(record.last_speed, 0.0);
@@ -516,13 +236,10 @@ TEST(BindHandle, IsUndoneByClear) {
   const http_responder server;
   CURLImpl request;
   progress_record record;
-  auto handle = std::make_shared<_FS_HANDLE>();
-  handle->progress = &record_progress;
-  handle->progress_context = &record;
+  auto handle = record.handle();
   request.BindHandleForDownload(handle);
   request.Clear();
-  request.SetURL(server.url("/down").c_str());
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
+  expect_get(request, server.url("/down"));
   EXPECT_TRUE(record.calls.empty());
 }
 
@@ -530,8 +247,7 @@ TEST(BindHandle, ReportsNothingWithoutAHandle) {
   const http_responder server;
   CURLImpl request;
   request.BindHandleForDownload(nullptr);
-  request.SetURL(server.url("/down").c_str());
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
+  expect_get(request, server.url("/down"));
 }
 
 int send_buffer_at_close = 0;
@@ -562,13 +278,11 @@ TEST(SetProxy, SendsTheRequestThroughTheProxyUntilCleared) {
   const http_responder proxy;
   CURLImpl request;
   request.SetProxy(CURLPROXY_HTTP, "127.0.0.1", proxy.port(), "us:er", "secret");
-  request.SetURL("http://server.invalid/x");
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
+  expect_get(request, "http://server.invalid/x");
   EXPECT_EQ(proxy.last().target, "http://server.invalid/x");
   EXPECT_EQ(proxy.last().headers.at("host"), "server.invalid");
   request.Clear();
-  request.SetURL(proxy.url("/direct").c_str());
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
+  expect_get(request, proxy.url("/direct"));
   EXPECT_EQ(proxy.last().target, "/direct");
 }
 
@@ -576,8 +290,7 @@ TEST(SetProxy, SendsUserAndPasswordToTheProxy) {
   const http_responder proxy;
   CURLImpl request;
   request.SetProxy(CURLPROXY_HTTP, "127.0.0.1", proxy.port(), "bob", "secret");
-  request.SetURL("http://server.invalid/x");
-  EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
+  expect_get(request, "http://server.invalid/x");
   EXPECT_EQ(proxy.last().headers.at("proxy-authorization"), "Basic Ym9iOnNlY3JldA==");
   request.SetProxy(CURLPROXY_HTTP, "127.0.0.1", proxy.port(), "", "");
   EXPECT_EQ(request.PerformGet(nullptr, nullptr).result, CURLE_OK);
