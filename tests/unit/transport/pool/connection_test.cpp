@@ -23,6 +23,7 @@
 #include "tests/fakes/ftp_server.h"
 #include "tests/unit/transport/curl_recorder.h"
 #include "tests/unit/transport/http_responder.h"
+#include "tests/unit/transport/pool/connection_fixture.h"
 #include "tests/unit/transport/recording_log.h"
 #include "transport/pool/transfer.h"
 
@@ -35,24 +36,6 @@ using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-class Connection : public testing::Test {
- protected:
-  /// Settings of the scripted server.
-  settings_map settings(settings_map more = {}) {
-    settings_map result = std::move(more);
-    result.try_emplace("url", server.url());
-    result.try_emplace("type", "ftp");
-    return result;
-  }
-  /// What this connection makes the server see, a body-less request with one command.
-  static CURLcode send(connection& con, const char* command) {
-    command_list commands;
-    add(commands, command);
-    return transfer{con}.set(CURLOPT_QUOTE, commands.get(), nullptr).set(CURLOPT_NOBODY, 1L, 0L).run_once();
-  }
-  fakes::FtpServer server;
-};
 
 TEST_F(Connection, DoesNothingBeforeItsLogin) {
   connection con{settings()};
@@ -171,34 +154,6 @@ TEST_F(Connection, EveryRequestHasTheSameLimits) {
                           "LOW_SPEED_TIME=20", "VERBOSE=1", "DEBUGFUNCTION=set"));
 }
 
-TEST_F(Connection, SaysGoodbyeOnceHoweverOftenItIsAskedTo) {
-  {
-    connection con{settings()};
-    ASSERT_EQ(con.connect(), SUCCESS);
-    con.quit();
-    con.quit();
-    con.close();
-  }
-  EXPECT_TRUE(server.wait_until_idle());
-  EXPECT_EQ(server.count("QUIT"), 1U);
-  EXPECT_EQ(server.connections_seen(), 1U);
-}
-
-TEST_F(Connection, GoesWithoutAGoodbyeWhenThereIsNoMemoryForOne) {
-  auto con = std::make_unique<connection>(settings());
-  ASSERT_EQ(con->connect(), SUCCESS);
-  {
-    const testing_tools::recording_log log;
-    const no_memory now;
-    con->close();
-    con.reset();
-    EXPECT_THAT(log.lines(),
-                Contains(testing_tools::log_line{LOGLEVEL_ERROR, "[NETWORK   ] no memory for a goodbye"}));
-  }
-  EXPECT_TRUE(server.wait_until_idle());
-  EXPECT_EQ(server.count("QUIT"), 0U);
-}
-
 TEST_F(Connection, KeepsItsSocketsFromTheProgramsThatTheHostStarts) {
   // A child that holds a copy of a data connection keeps the server waiting for the end of an upload.
   server.add_file("/a", "x");
@@ -224,47 +179,6 @@ TEST_F(Connection, KeepsItsSocketsFromTheProgramsThatTheHostStarts) {
               CURLE_OK);
     EXPECT_THAT(inherited, IsEmpty()) << "active mode: " << active;
   }
-}
-
-TEST_F(Connection, SaysNoGoodbyeOnSftp) {
-  {
-    connection con{settings({{"type", "sftp"}})};  // the setting decides, whatever the URL says
-    ASSERT_EQ(con.connect(), SUCCESS);
-    EXPECT_THAT(options_of([&] { con.quit(); }), IsEmpty());
-    (void)server.take_dialogue();
-    EXPECT_EQ(send(con, "NOOP"), CURLE_OK);
-    EXPECT_THAT(server.take_dialogue(), ElementsAre("1: NOOP"));
-  }
-}
-
-TEST_F(Connection, CanBeUsedAgainAfterItWasClosed) {
-  connection con{settings({{"user", "jane"}, {"pwd", "p"}})};
-  ASSERT_EQ(con.connect(), SUCCESS);
-  con.close();
-  ASSERT_NE(con.GETCURL(), nullptr);
-  (void)server.take_dialogue();
-  EXPECT_EQ(send(con, "NOOP"), CURLE_OK);
-  EXPECT_THAT(server.take_dialogue(), ElementsAre("2: USER jane", "2: PASS p", "2: PWD", "2: NOOP"));
-}
-
-TEST_F(Connection, CanBeUsedAgainAfterItWasClosedOnAServerThatStays) {
-  server.on("QUIT").stay();
-  connection con{settings()};
-  ASSERT_EQ(con.connect(), SUCCESS);
-  con.close();
-  EXPECT_EQ(send(con, "NOOP"), CURLE_OK);
-  EXPECT_EQ(server.dialogue(2).back(), "NOOP");
-  EXPECT_TRUE(server.wait_for([&] { return server.open_connections() == 1; }));
-}
-
-TEST_F(Connection, CanBeUsedAgainAfterItWasClosedWhereTheServerHadHungUp) {
-  server.on("NOOP").hang_up_after_reply().times(1);
-  connection con{settings()};
-  ASSERT_EQ(con.connect(), SUCCESS);
-  EXPECT_EQ(send(con, "NOOP"), CURLE_OK);
-  ASSERT_TRUE(server.wait_until_idle());
-  con.close();
-  EXPECT_EQ(send(con, "NOOP"), CURLE_OK);
 }
 
 // libcurl would take the waiting reply for the answer to the next command: a refused delete would be a
@@ -394,15 +308,6 @@ TEST_F(Connection, KeepsItsHandleWhenThereIsNoMemoryForALaterLogin) {
   refused_option = CURLOPT_LASTENTRY;
   EXPECT_EQ(send(con, "NOOP"), CURLE_OK);
   EXPECT_EQ(server.connections_seen(), 1U);
-}
-
-TEST_F(Connection, ClosingClearsTheRequest) {
-  connection con{settings()};
-  ASSERT_EQ(con.connect(), SUCCESS);
-  con.quit();
-  const std::vector<std::string> seen = options_of([&] { con.close(); });
-  EXPECT_THAT(seen, Contains("WRITEFUNCTION=discard_body"));
-  EXPECT_EQ(seen.back(), "PROXY=none");
 }
 
 TEST_F(Connection, TheTraceHidesThePasswordInTheUrlThatAProxyIsSent) {
