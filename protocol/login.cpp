@@ -16,9 +16,9 @@ constexpr const char* kImplicitLine = "[PROTOCOL  ] %s with implicit FTPS url:%s
 /// "anonymous" came before them with the value false.
 void store_login_field(settings_map& options, const std::string& field, JsonObject& value) {
   if (field == key::active || field == key::anonymous) {
-    options[field] = static_cast<bool>(value) ? "true" : "false";
+    options[field] = boolean_text(static_cast<bool>(value));
   } else if (field == "user" || field == "password") {
-    if (!setting_is(options, key::anonymous, "false")) return;
+    if (!is_false(options, key::anonymous)) return;
     options[field == "user" ? key::user : key::pwd] = static_cast<std::string>(value);
   } else if (field == key::proxy_host || field == key::proxy_port || field == key::proxy_user ||
              field == key::proxy_password) {
@@ -51,12 +51,12 @@ AERROR Protocol::Connect(IProtocolAuth*, const char* fields) {
     std::string& url = options[key::url];
     const std::size_t root_length = options[key::root_path].size();
     url.resize(url.size() - std::min(url.size(), root_length));  // from here on "url" names the server only
-    if (is_sftp() && setting_is(options, key::sftp_root, "false")) url += "/~";
+    if (starts_at_home()) url += "/~";
 
     AERROR result = log_in(kExplicitLine);
     if (result == FAILED) {
-      if (!setting_is(options, key::ssl, "true")) return FAILED;
-      options[key::url].replace(0, 6, "ftps://");  // "ftp://" becomes implicit TLS
+      if (!is_true(options, key::ssl)) return FAILED;
+      options[key::url].replace(0, kFtpScheme.size(), kFtpsScheme);  // implicit TLS
       result = log_in(kImplicitLine);
     }
     if (result == SUCCESS) file_time_mode = SetFileTimeSupportMode();

@@ -19,7 +19,7 @@ const char* charset_setting(const std::string& choice) {
 
 void store_option(settings_map& options, const std::string& field, JsonObject& value) {
   if (field == "use_server_time") {
-    options[key::use_local_timestamp] = static_cast<bool>(value) ? "false" : "true";
+    options[key::use_local_timestamp] = boolean_text(!static_cast<bool>(value));
   } else if (field == "charset") {
     options[key::charset] = charset_setting(static_cast<std::string>(value));
   } else if (field == key::proxy_type || field == key::proxy_host || field == key::proxy_port ||

@@ -51,8 +51,8 @@ server_view Protocol::view() {
     return found == nullptr ? std::string_view{} : std::string_view{*found};
   };
   path_rules paths{.root_path = text(key::root_path)};
-  if (setting_is(options, key::type, "ftp")) paths.origin = path_origin::kLoginDirectory;
-  if (is_sftp() && setting_is(options, key::sftp_root, "false")) paths.origin = path_origin::kHomeDirectory;
+  if (kind_of(options) == server_kind::kFtp) paths.origin = path_origin::kLoginDirectory;
+  if (starts_at_home()) paths.origin = path_origin::kHomeDirectory;
   return {.connections = connections,
           .is_sftp = is_sftp(),
           .url = text(key::url),

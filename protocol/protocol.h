@@ -18,6 +18,7 @@
 #include "listing/basic_line.h"
 #include "transport/pool/pool.h"
 #include "transport/pool/server_view.h"
+#include "transport/server_settings.h"
 #include "transport/settings.h"
 
 namespace ftp_plugin {
@@ -85,7 +86,9 @@ class Protocol : public IProtocol_V2 {
   std::int32_t file_time_mode = 0;          // 1: MFMT sets times
 
   /// Whether the server speaks SFTP; else FTP or FTPS.
-  [[nodiscard]] bool is_sftp() const { return setting_is(options, key::type, "sftp"); }
+  [[nodiscard]] bool is_sftp() const { return kind_of(options) == server_kind::kSftp; }
+  /// Whether SFTP paths start at the user's home directory instead of the server's root.
+  [[nodiscard]] bool starts_at_home() const { return is_sftp() && is_false(options, key::sftp_root); }
 
   // protocol/protocol.cpp
   /// What an operation may know of this object; valid while the object is, until SetOpt or Connect.

@@ -45,10 +45,10 @@ int Protocol::GetFeature() {
   // ones on SFTP. Pinned by Login.FeaturesTellServerTimesUnlessLocalOnesAreWanted.
   return no_throw("GetFeature", kAlways | kCannotSetTimes, [&] {
     if (is_sftp()) {
-      const bool server_times = setting_is(options, key::use_local_timestamp, "false");
+      const bool server_times = is_false(options, key::use_local_timestamp);
       return kSftp | kAlways | kCannotSetTimes | (server_times ? kServerTimes : 0);
     }
-    if (!setting_is(options, key::use_local_timestamp, "true")) {
+    if (!is_true(options, key::use_local_timestamp)) {
       return kAlways | kCannotSetTimes | kServerTimes;
     }
     return file_time_mode == 1 ? int{kAlways} : kAlways | kCannotSetTimes;

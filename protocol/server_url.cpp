@@ -3,12 +3,10 @@
 #include <cstddef>
 #include <string_view>
 
+#include "transport/server_settings.h"
+
 namespace ftp_plugin {
 namespace {
-
-constexpr std::string_view kFtp = "ftp://";
-constexpr std::string_view kFtps = "ftps://";
-constexpr std::string_view kSftp = "sftp://";
 
 void drop_last_slash(std::string& text) noexcept {
   if (!text.empty() && text.back() == '/') {
@@ -28,16 +26,11 @@ std::size_t path_start(const std::string& url) noexcept {
 server_url split_server_url(const std::string& url) {
   server_url result;
   result.url = url;
-  if (url.starts_with(kFtp)) {
-    result.ssl = "false";
-    result.type = "ftp";
-  } else if (url.starts_with(kFtps)) {
-    result.ssl = "true";
-    result.type = "ftp";
-    result.url.replace(0, kFtps.size(), kFtp);  // from here on only `ssl` tells that TLS is wanted
-  } else if (url.starts_with(kSftp)) {
-    result.ssl = "false";
-    result.type = "sftp";
+  if (const url_scheme scheme = scheme_of(url); scheme != url_scheme::kNone) {
+    result.ssl = boolean_text(scheme == url_scheme::kFtps);
+    result.type = scheme == url_scheme::kSftp ? "sftp" : "ftp";
+    // From here on only `ssl` tells that TLS is wanted.
+    if (scheme == url_scheme::kFtps) result.url.replace(0, kFtpsScheme.size(), kFtpScheme);
   }
 
   std::string rest = result.url;

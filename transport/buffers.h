@@ -1,12 +1,12 @@
-// What libcurl's buffers are where nobody asked for anything else, and their least size.
+// The sizes of libcurl's buffers: its own, and the smallest one that it takes.
 #pragma once
 
 namespace ftp_plugin {
 
-/// What a handle has that nobody asked for anything else.
+/// The sizes of a handle that was given no others.
 inline constexpr long kDefaultDownloadBuffer = 16L * 1024;
 inline constexpr long kDefaultUploadBuffer = 64L * 1024;
 
-inline constexpr long kLeastBuffer = 1024;  ///< less libcurl does not take
+inline constexpr long kLeastBuffer = 1024;  ///< libcurl raises a smaller one to this
 
 }  // namespace ftp_plugin

@@ -1,6 +1,5 @@
-// An option of libcurl together with the types of the values that are meant for it. libcurl reads a value
-// from its variable arguments, as wide as the option's type says: an int where a long is read is half
-// garbage.
+// Options of libcurl that take values of their own type only. libcurl reads a value from its variable
+// arguments, as wide as the option says: where it reads a long, half of what it gets for an int is garbage.
 #pragma once
 
 #include <curl/curl.h>

@@ -75,17 +75,21 @@ proxy_settings read_proxy(const settings_map& map, bool login_has_key) {
 }  // namespace
 
 url_scheme scheme_of(std::string_view url) noexcept {
-  if (url.starts_with("ftp://")) return url_scheme::kFtp;
-  if (url.starts_with("ftps://")) return url_scheme::kFtps;
-  if (url.starts_with("sftp://")) return url_scheme::kSftp;
+  if (url.starts_with(kFtpScheme)) return url_scheme::kFtp;
+  if (url.starts_with(kFtpsScheme)) return url_scheme::kFtps;
+  if (url.starts_with(kSftpScheme)) return url_scheme::kSftp;
   return url_scheme::kNone;
+}
+
+server_kind kind_of(const settings_map& map) {
+  return named(kServerKinds, text_of(map, key::type), server_kind::kUnknown);
 }
 
 server_settings read_settings(const settings_map& map) {
   server_settings server;
   server.url = text_of(map, key::url);
   server.scheme = scheme_of(server.url);
-  server.kind = named(kServerKinds, text_of(map, key::type), server_kind::kUnknown);
+  server.kind = kind_of(map);
   server.asks_for_tls = is_true(map, key::ssl);
   server.active_mode = is_true(map, key::active);
   server.charset = named(kCharsets, text_of(map, key::charset), charset_choice::kAutomatic);

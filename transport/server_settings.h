@@ -15,9 +15,13 @@ namespace ftp_plugin {
 /// there is none, but then the settings tell of no kind of server, or of an earlier one.
 enum class url_scheme : std::uint8_t { kNone, kFtp, kFtps, kSftp };
 [[nodiscard]] url_scheme scheme_of(std::string_view url) noexcept;
+inline constexpr std::string_view kFtpScheme = "ftp://";
+inline constexpr std::string_view kFtpsScheme = "ftps://";
+inline constexpr std::string_view kSftpScheme = "sftp://";
 
 /// What "type" says. FTPS is kFtp; an unknown kind is treated like FTP, but asked for none of its features.
 enum class server_kind : std::uint8_t { kUnknown, kFtp, kSftp };
+[[nodiscard]] server_kind kind_of(const settings_map& map);
 
 /// Which encoding names have on the server: what the server says, the locale's, or UTF-8 in any case.
 enum class charset_choice : std::uint8_t { kAutomatic, kLocal, kUtf8 };

@@ -13,6 +13,7 @@
 #include "boundary/log.h"
 #include "transport/curl_trace.h"
 #include "transport/ftp/received_bytes.h"
+#include "transport/server_settings.h"
 #include "transport/sigpipe_guard.h"
 
 namespace ftp_plugin {
@@ -52,7 +53,7 @@ bool libcurl_encrypts_accepted_data() noexcept {
 bool begins_with_tls(CURL* curl) noexcept {
   const char* url = nullptr;
   curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &url);
-  return url != nullptr && std::string_view{url}.starts_with("ftps://");
+  return url != nullptr && scheme_of(url) == url_scheme::kFtps;
 }
 
 }  // namespace

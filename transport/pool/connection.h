@@ -51,11 +51,11 @@ class connection : pinned {
   /// Hands the bytes of `range` to `taker`, fewer where the file ends before the range does. Repeated under
   /// the one repeat rule. Undoes what it set on the handle, but for the speed limit, which the caller sets.
   /// Returns what a ranged download of libcurl's would; CURLE_WRITE_ERROR for a stop by the host. An early
-  /// end costs an FTP login only where the server or the road does not allow for it.
+  /// end costs an FTP login only where the server or the connection type does not allow for it.
   [[nodiscard]] CURLcode read(const file_range& range, piece_taker& taker);
 
   /// Sends "QUIT" to an FTP server over the control connection that is open, and waits at most 10 s for the
-  /// answer. Sends nothing when libcurl holds none any more, and nothing on SFTP.
+  /// answer. Sends nothing without such a connection, and nothing on SFTP.
   void quit();
 
   /// quit, then the request object's Clear. The next request would log in again.

@@ -43,7 +43,7 @@ class pool : pinned {
   /// Closes every idle connection.
   void destroy();
 
-  /// To be called when a folder was moved or removed: a connection that stands in it may stand elsewhere now.
+  /// A folder was moved or removed: a connection that stands in it may stand elsewhere. For lease.
   void count_folder_move() noexcept { ++folder_moves_; }
   [[nodiscard]] std::uint64_t folder_moves() const noexcept { return folder_moves_; }
 
@@ -55,7 +55,7 @@ class pool : pinned {
  private:
   // pool_probe.cpp
   /// Sends `command` on a body-less request. Returns false when no connection could be had; `accepted` tells
-  /// what the server answered.
+  /// whether the server took it.
   [[nodiscard]] bool probe(const char* command, bool& accepted);
 
   const server_settings server_;

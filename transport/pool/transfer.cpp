@@ -8,6 +8,7 @@
 #include "transport/sftp/sftp_buffers.h"
 
 namespace ftp_plugin {
+
 transfer& transfer::send_before(const std::vector<std::string>& commands) {
   for (const std::string& command : commands) add(before_, command);
   return set(CURLOPT_QUOTE, before_.get(), nullptr);

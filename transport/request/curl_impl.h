@@ -30,7 +30,7 @@ class CURLImpl : pinned {
   using text_map = std::unordered_map<std::string, std::string>;
 
   /// Makes the handle and sets its defaults: time limits, no signals, redirects followed, certificates not
-  /// checked, the answer discarded until a request says where it goes.
+  /// checked, the response body discarded until a request says where it goes.
   CURLImpl();
   virtual ~CURLImpl();
 

@@ -1,4 +1,4 @@
-// How the request object performs: options, run, and the answer taken apart.
+// How the request object performs: options, run, and the response taken apart.
 #include <event2/buffer.h>
 
 #include <algorithm>
@@ -49,7 +49,7 @@ std::shared_ptr<char[]> take(evbuffer* buffer, std::size_t length) {
   return text;
 }
 
-/// Runs the request. `collected` is null when the caller's own function takes the answer.
+/// Runs the request. `collected` is null when the caller's own function takes the response.
 curl_response perform(CURL* curl, evbuffer* collected) {
   curl_response response;
   {

@@ -28,7 +28,7 @@ void report_progress(const progress_binding& binding, std::int64_t total, std::i
                      double speed) noexcept;
 
 /// Transfer-info function of an upload: calls the bound function with total, sent, context and the average
-/// upload speed. `binding` is a progress_binding or null. Always answers 0: progress never ends a transfer.
+/// upload speed. `binding` is a progress_binding or null. Always returns 0: progress never ends a transfer.
 int _CURL_PROGRESS(void* binding, curl_off_t download_total, curl_off_t downloaded, curl_off_t upload_total,
                    curl_off_t uploaded) noexcept;
 

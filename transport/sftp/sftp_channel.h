@@ -1,5 +1,5 @@
-// The SFTP channel of one connection, beside its libcurl handle: it answers what libcurl cannot, the
-// attributes of one path and a listing with exact times and whole names.
+// The SFTP channel of one connection, beside its libcurl handle, for what libcurl cannot ask: the attributes
+// of one path, and a listing with exact times and whole names.
 #pragma once
 
 #include <curl/curl.h>
@@ -16,8 +16,9 @@
 namespace ftp_plugin {
 
 /// Logs in at the first request, with the settings of its connection, and stays logged in. Belongs to one
-/// connection and so to one thread at a time. A server that has hung up since the last request is logged in
-/// to once more, unnoticed; any later failure stands. Results are those of sftp_session.
+/// connection and so to one thread at a time. When the server has hung up since the last request, the
+/// channel logs in once more, and the caller does not notice; any later failure stands. Results are those of
+/// sftp_session.
 class sftp_channel : pinned {
  public:
   /// No traffic yet. `server` must outlive the channel.

@@ -5,12 +5,12 @@
 
 namespace ftp_plugin {
 
-/// A status that the SFTP server answered (LIBSSH2_FX_...). Never CURLE_OK: a failed call that left the
+/// The code for a status of the SFTP server (LIBSSH2_FX_...). Never CURLE_OK: a failed call that left the
 /// status at "fine" is CURLE_SSH.
 [[nodiscard]] CURLcode sftp_status_code(unsigned long status) noexcept;
 
-/// An error of the SSH session (LIBSSH2_ERROR_...). A connection that broke is CURLE_SEND_ERROR or
-/// CURLE_RECV_ERROR.
+/// The code for an error of the SSH session (LIBSSH2_ERROR_...). A connection that broke is CURLE_SEND_ERROR
+/// or CURLE_RECV_ERROR.
 [[nodiscard]] CURLcode ssh_session_code(int error) noexcept;
 
 /// Whether the server, or the line to it, is gone.

@@ -19,10 +19,10 @@
 namespace ftp_plugin {
 
 struct sftp_limits {
-  std::chrono::milliseconds login{kConnectTimeoutSeconds *
-                                  1000};  ///< connect, handshake, login and start of SFTP together
-  std::chrono::milliseconds silence{kLowSpeedSeconds *
-                                    1000};  ///< afterwards: nothing came and nothing could be sent
+  /// For connect, handshake, login and start of SFTP together.
+  std::chrono::milliseconds login{kConnectTimeoutSeconds * 1000};
+  /// Afterwards, while nothing comes and nothing can be sent.
+  std::chrono::milliseconds silence{kLowSpeedSeconds * 1000};
 };
 
 /// One thread at a time. Results are libcurl codes, those that libcurl's own SFTP transfers give.
@@ -76,9 +76,9 @@ class sftp_session : pinned {
   void trace_failure(const char* what) const;
 
   sftp_limits limits_;
-  int fruitless_looks_ = 0;  // of the running call of libssh2 at the socket
+  int fruitless_looks_ = 0;  // at the socket, of the running call of libssh2; also while the owners below end
   bare_socket socket_;
-  // Each of these is part of the one before.
+  // Each is part of the one above it: they end from the last to the first.
   ssh_owner<LIBSSH2_SESSION, libssh2_session_free> session_;
   ssh_owner<LIBSSH2_SFTP, libssh2_sftp_shutdown> sftp_;
   ssh_owner<LIBSSH2_SFTP_HANDLE, libssh2_sftp_close_handle> directory_;  // the one that is being read
