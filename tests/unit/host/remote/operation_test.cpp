@@ -58,11 +58,11 @@ TEST(Operation, DoesNotBeginAfterAStop) {
   cancellation.request();
   LifeSign life;
   bool ran = false;
-  EXPECT_THROW(operations.run("x", life,
-                              [&] {
-                                ran = true;
-                                return SUCCESS;
-                              }),
+  EXPECT_THROW((void)operations.run("x", life,
+                                    [&] {
+                                      ran = true;
+                                      return SUCCESS;
+                                    }),
                Failure);
   EXPECT_FALSE(ran);
   EXPECT_GE(cancellation.new_handle()->state, FS_HANDLE_STOP);
