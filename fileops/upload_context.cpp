@@ -68,6 +68,7 @@ void ask_for_an_empty_file(_RAREADCTX& context) noexcept {
     std::vector<char> block(context.block);
     context.offset += std::min<std::uint64_t>(ask(context, block.data(), block.size()), block.size());
   } catch (...) {
+    log_exception("Upload");
     context.offset = 1;  // whatever the cache has, it is not known to be nothing
   }
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "boundary/log.h"
 #include "common/owner.h"
 #include "transport/buffers.h"
 #include "transport/ftp/file_size_reply.h"
@@ -257,6 +258,7 @@ std::size_t ftp_download::take_bytes(char* data, std::size_t size, std::size_t c
   try {
     return static_cast<ftp_download*>(self)->take_bytes(data, size * count);
   } catch (...) {
+    log_exception("Read");
     return 0;  // no memory to keep what lies behind the piece
   }
 }

@@ -64,7 +64,7 @@ request_driver::request_driver() : multi_{curl_multi_init()} {
 
 request_driver::~request_driver() {
   const sigpipe_guard guard;
-  curl_multi_cleanup(multi_);
+  multi_.reset();
 }
 
 void request_driver::prepare(CURL* curl) {
@@ -138,6 +138,7 @@ curl_socket_t request_driver::open_socket(void* self, curlsocktype, struct curl_
   try {
     driver.sockets_.reserve(driver.sockets_.size() + 1);
   } catch (const std::bad_alloc&) {
+    __LOG__A(current_logger(), LOGLEVEL_ERROR, "[NETWORK   ] no memory for a connection");
     return CURL_SOCKET_BAD;
   }
   const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
@@ -177,7 +178,7 @@ int request_driver::close_socket(void* self, curl_socket_t socket) noexcept {
 }
 
 CURLcode request_driver::begin(CURL* curl, control_listener* listener) {
-  curl_multi_remove_handle(multi_, curl);  // still there from the last request
+  curl_multi_remove_handle(multi_.get(), curl);  // still there from the last request
   encrypted_from_the_start_ = begins_with_tls(curl);
   replies_.begin();
   answer_.begin();
@@ -191,23 +192,23 @@ CURLcode request_driver::begin(CURL* curl, control_listener* listener) {
   cut_.show_end();
   asked_at_ = {};
   longest_reply_ = {};
-  if (curl_multi_add_handle(multi_, curl) == CURLM_OK) return CURLE_OK;
+  if (curl_multi_add_handle(multi_.get(), curl) == CURLM_OK) return CURLE_OK;
   listener_ = nullptr;
   return CURLE_OUT_OF_MEMORY;
 }
 
 bool request_driver::step(CURL* curl, CURLcode& result) {
   int running = 0;
-  const CURLMcode code = curl_multi_perform(multi_, &running);
+  const CURLMcode code = curl_multi_perform(multi_.get(), &running);
   if (code != CURLM_OK) {
-    curl_multi_remove_handle(multi_, curl);
+    curl_multi_remove_handle(multi_.get(), curl);
     result = code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_BAD_FUNCTION_ARGUMENT;
   }
   if (code == CURLM_OK && running != 0) return false;
   if (code == CURLM_OK) {
     result = CURLE_OUT_OF_MEMORY;  // libcurl could not even store its message
     int left = 0;
-    while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+    while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
       if (message->msg == CURLMSG_DONE && message->easy_handle == curl) result = message->data.result;
     }
   }
@@ -227,7 +228,7 @@ CURLcode request_driver::run(CURL* curl, control_listener* listener) {
 void request_driver::abandon(CURL* curl) noexcept {
   const sigpipe_guard guard;
   listener_ = nullptr;
-  curl_multi_remove_handle(multi_, curl);
+  curl_multi_remove_handle(multi_.get(), curl);
   cut_.show_end();
   data_socket_ = CURL_SOCKET_BAD;
 }
@@ -289,7 +290,7 @@ void request_driver::wait(int& wait_ms) {
   control.events = CURL_WAIT_POLLIN;
   if (watch_control) control.fd = sockets_.front();
   int events = 0;
-  curl_multi_poll(multi_, &control, watch_control ? 1U : 0U, wait_ms, &events);
+  curl_multi_poll(multi_.get(), &control, watch_control ? 1U : 0U, wait_ms, &events);
   if (events != 0) {
     wait_ms = 0;
   } else {
@@ -321,11 +322,11 @@ void request_driver::close_connections(CURL* curl) noexcept {
   // Shutting the sockets down is not enough: libcurl looks for dead connections once a second only, and a
   // request before that fails on the old one.
   shut_down_sockets();
-  CURLM* fresh = curl_multi_init();
+  owner<CURLM, curl_multi_cleanup> fresh{curl_multi_init()};
   if (fresh == nullptr) return;  // then the next request may fail, which drops the connection
   const sigpipe_guard guard;
-  curl_multi_remove_handle(multi_, curl);
-  curl_multi_cleanup(std::exchange(multi_, fresh));
+  curl_multi_remove_handle(multi_.get(), curl);
+  multi_ = std::move(fresh);
 }
 
 }  // namespace ftp_plugin

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/owner.h"
 #include "common/pinned.h"
 #include "transport/byte_sink.h"
 #include "transport/ftp/answer_class.h"
@@ -59,7 +60,7 @@ class request_driver : pinned {
   /// CURLE_WEIRD_SERVER_REPLY for a success that rests on replies to other commands or is none. The handle
   /// stays with the multi handle afterwards, so that libcurl can still tell its open connection; which is
   /// closed when the server has sent more than libcurl looked at.
-  CURLcode perform(CURL* curl);
+  [[nodiscard]] CURLcode perform(CURL* curl);
 
   // The same step by step, for a download of which a piece at a time is taken: begin(), then step() and
   // wait() in turn until step() answers true, then settle(). In between SIGPIPE is to be kept from the host,
@@ -124,7 +125,7 @@ class request_driver : pinned {
 
   using clock = std::chrono::steady_clock;
 
-  CURLM* multi_;
+  owner<CURLM, curl_multi_cleanup> multi_;
   std::vector<curl_socket_t> sockets_;  // open ones, oldest first: the first is the control connection
   bool refuse_ = false;
   bool asked_for_private_data_ = false;  // by the last command

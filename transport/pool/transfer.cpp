@@ -54,13 +54,6 @@ transfer& transfer::limit_speed(long long bytes_per_second) {
   return *this;
 }
 
-transfer& transfer::report_download(const _FS_HANDLE* host) {
-  progress_ = bind_progress(host, con_.GETCURL());
-  return set(CURLOPT_XFERINFOFUNCTION, &_CURL_PROGRESS_DOWNLOAD, nullptr)
-      .set(CURLOPT_XFERINFODATA, &progress_, nullptr)
-      .set(CURLOPT_NOPROGRESS, 0L, 1L);
-}
-
 transfer& transfer::report_upload(const _FS_HANDLE* host) {
   undo_.emplace_back([this] { con_.upload_progress_ = {}; });  // the host's context may end with this call
   con_.upload_progress_ = bind_progress(host, con_.GETCURL());

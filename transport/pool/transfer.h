@@ -14,7 +14,6 @@
 #include "transport/command_list.h"
 #include "transport/curl_option.h"
 #include "transport/pool/connection.h"
-#include "transport/request/progress.h"
 
 namespace ftp_plugin {
 
@@ -66,10 +65,8 @@ class transfer : pinned {
   /// of them per second.
   transfer& upload(long long size, long long speed_limit);
 
-  /// Tells the host of the progress of the download, or of the upload; `host` may be null. Its function is
-  /// not called once run() has returned. On the handle the record of an upload stays set: it is the
-  /// connection's.
-  transfer& report_download(const _FS_HANDLE* host);
+  /// Tells the host of the progress of the upload; `host` may be null. Its function is not called once run()
+  /// has returned. On the handle the record stays set: it is the connection's.
   transfer& report_upload(const _FS_HANDLE* host);
 
   /// Runs the request, repeated under the one repeat rule, and undoes the options. An option that libcurl
@@ -103,7 +100,6 @@ class transfer : pinned {
   CURLcode refused_ = CURLE_OK;
   command_list before_;
   command_list after_;
-  progress_binding progress_;
   long long asked_for_ = 0;  // bytes of a range
   std::vector<std::function<void()>> undo_;
 };

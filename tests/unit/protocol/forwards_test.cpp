@@ -15,7 +15,7 @@ namespace ftp_plugin {
 /// Befriended by the class.
 struct private_operations {
   struct releaser {
-    void operator()(Protocol* object) const { object->Release(); }
+    void operator()(Protocol* released) const { released->Release(); }
   };
   std::unique_ptr<Protocol, releaser> object{new Protocol{"ftp", nullptr}};
 
