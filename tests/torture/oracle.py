@@ -130,7 +130,8 @@ class Judge:
                     continue  # it was in the way
                 if disturbed and self.successor_is_there(path):
                     continue
-                self.find("lost", path, "the source has it")
+                in_the_way = source is not None and source.kind != entry.kind
+                self.find("lost-in-the-way" if in_the_way else "lost", path, "the source has it")
             elif not self.scenario["delete"] and path in self.placed:
                 self.find("lost", path, "removed without --delete")
 

@@ -107,6 +107,8 @@ class Planner:
                 self.extra()
         if self.chance(0.25):
             self.link()
+        if self.chance(0.01):
+            self.many()
         if self.chance(0.1):
             path = self.folder_of(self.paths) + [self.name()]
             if self.allowed("special"):
@@ -115,6 +117,7 @@ class Planner:
     def source_file(self, path):
         self.paths[tuple(path)] = "file"
         made = self.file("source", path)
+        self.sizes[tuple(path)] = made["size"]
         self.add(made)
         if self.fresh:
             return
@@ -139,6 +142,15 @@ class Planner:
             path = path + [self.name()]
         self.add(self.file("target", path))
         self.extras.append(path)
+
+    def many(self):
+        """A folder with more entries than some servers list, equal on both sides."""
+        path = self.folder_of(self.paths) + [self.name()]
+        count = self.random.choice([1001, 2001, 10_012])
+        operation = {"op": "many", "path": path, "count": count, "tag": "k%03d" % self.tags, "mtime": self.time()}
+        if self.allowed("many"):
+            self.add({**operation, "side": "source"})
+            self.add({**operation, "side": "target"})
 
     def link(self):
         side = self.random.choice(["source", "target"])
@@ -170,14 +182,20 @@ class Planner:
                 path = [self.name()]
             return {**self.file("source", path), **now}
         if files and draw < 0.5:
-            return {**self.file("source", self.random.choice(files)), **now}
+            made = {**self.file("source", self.random.choice(files)), **now}
+            if self.chance(0.4):
+                made["size"] = self.sizes[tuple(made["path"])]
+            self.sizes[tuple(made["path"])] = made["size"]
+            return made
         if files and draw < 0.65:
             path = self.random.choice(files)
             del self.paths[tuple(path)]
             return {"op": "remove", "side": "source", "path": path}
         path = self.folder_of(self.paths) + [self.name()]
         self.paths[tuple(path)] = "file"
-        return self.file("source", path)
+        made = self.file("source", path)
+        self.sizes[tuple(path)] = made["size"]
+        return made
 
     def disturbance(self):
         kinds = [*KILLS, *CUTS, "edit", "two-runs"]
@@ -205,7 +223,7 @@ class Planner:
         self.wild = roll.random() ** 2  # how many of the names are odd
         self.fresh = roll.random() < 0.3
         self.entries = roll.choice([3, 8, 15, 15, 30, 60])
-        self.paths, self.extras = {}, []
+        self.paths, self.sizes, self.extras = {}, {}, []
         verb = roll.choice(["sync"] * 6 + ["tree"])
         delete = roll.random() < 0.7 and verb == "sync" and self.allowed("delete")
         self.tree()

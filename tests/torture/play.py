@@ -101,7 +101,8 @@ class Play:
         scenario = self.scenario
         here, url = str(self.bench.here / "work"), self.bench.url()
         if scenario["verb"] == "tree":
-            return ["put", "-r", here, url] if scenario["up"] else ["get", "-r", url, here]
+            parallel = ["--parallel", str(scenario["parallel"])] if self.bench.tool.gets_in_parallel else []
+            return (["put", "-r", *parallel, here, url] if scenario["up"] else ["get", "-r", *parallel, url, here])
         options = ["--parallel", str(scenario["parallel"])] + (["--delete"] if scenario["delete"] else [])
         return ["--json", "sync", *options, *((here, url) if scenario["up"] else (url, here))]
 
@@ -132,7 +133,15 @@ class Play:
         trees.apply(root, atom, bench.owner)
         if atom["side"] == "target":
             self.placed.update(path[:depth] for depth in range(1, len(path) + 1))
+            if atom["op"] == "many":
+                self.placed.update(path + (name,) for name in trees.many_names(atom))
             return
+        if atom["op"] == "many":
+            for name in trees.many_names(atom):
+                self.look_again(root, path + (name,))
+        self.look_again(root, path)
+
+    def look_again(self, root, path):
         for depth in range(1, len(path) + 1):
             entry = trees.look_at(trees.place(root, path[:depth]))
             if entry is None:
@@ -147,13 +156,13 @@ class Play:
         bench = self.bench
         bench.relay.reset()
         bench.relay.rate = self.scenario["rate"] if disturb else 0
-        self.appeared = []
+        self.appeared, self.appeared_at = [], 0
         self.fired = False
         before = oracle.Look(bench)
         start = dict(self.source)
         if disturb:
             bench.relay.arm(disturb["counted"], disturb["at"], lambda *where: self.disturb(disturb, *where))
-        self.runs = [bench.tool.start(self.arguments())]
+        self.runs = [bench.tool.start(self.arguments(), **self.limits(disturb))]
         results = [run.wait() for run in self.runs[:1]]
         results += [run.wait() for run in self.runs[1:]]
         bench.quiet()
@@ -163,12 +172,21 @@ class Play:
         if self.fired:
             self.counts[disturb["what"]] += 1
         after = oracle.Look(bench)
+        if not any(command[:4] in (b"STOR", b"RETR") for command in bench.relay.commands[self.appeared_at:]):
+            self.appeared = []  # what comes when all is copied is perhaps behind the last look at the source
         judge = oracle.Judge(self.scenario, bench.server, start, self.source, self.versions, before, after,
                              self.appeared, self.placed)
         disturbed = self.fired and disturb["what"] not in ("edit",)
         self.findings += judge.run(results, disturbed or bench.mounted is not None and not last)
         self.log.append((disturb and disturb["what"], self.fired, [r.code for r in results], results[0].err))
         return results[0]
+
+    def limits(self, disturb):
+        stalls = disturb and disturb["what"].startswith("stall")
+        more = {"limit": tool.STALLED_LIMIT} if stalls else {}
+        if self.scenario["disk"] and not self.scenario["up"] and not self.bench.mounted and disturb:
+            more["file_size"] = self.scenario["disk"] * 1024  # no mounting here: no file grows beyond
+        return more
 
     def disturb(self, disturb, connection, line):
         """Called by the relay when the moment has come."""
@@ -191,10 +209,9 @@ class Play:
         elif what == "kill-sessions":
             server.kill_sessions()
         elif what == "edit":
+            self.appeared_at = len(self.bench.relay.commands) - 1
             for edit in disturb["edits"]:
-                # Behind the last look at the source nobody can see it.
-                if verb not in (b"DELE", b"RMD"):
-                    self.appeared.append(trees.names_of(edit["path"]))
+                self.appeared.append(trees.names_of(edit["path"]))
                 self.change(edit)
         elif what == "two-runs":
             self.runs.append(self.bench.tool.start(self.arguments()))

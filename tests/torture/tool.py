@@ -10,8 +10,9 @@ import time
 
 import servers
 
-LIMIT = 60  # seconds that no run may take; the tool's own limit for one operation is far below
-OPERATION_LIMIT = 5
+LIMIT = 150  # seconds that no run may take; the tool's own limit for one operation is far below
+OPERATION_LIMIT = 30
+STALLED_LIMIT = 5  # where a connection is going to stall
 PR_SET_PDEATHSIG = 1
 SANITIZERS = ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS")
 libc = ctypes.CDLL(None)
@@ -56,9 +57,11 @@ class Tool:
             shutil.copy(pathlib.Path(build) / name, self.folder / name)
             os.chmod(self.folder / name, 0o755)
         self.runs = 0
+        self.gets_in_parallel = b"--parallel" in self.run(["get", "--help"]).out
 
-    def start(self, arguments, file_size=None, locale="C.UTF-8"):
-        """`file_size`: no file of the tool may grow beyond so many bytes."""
+    def start(self, arguments, limit=OPERATION_LIMIT, file_size=None, locale="C.UTF-8"):
+        """`limit`: seconds that the tool waits for one operation; `file_size`: no file of the tool may grow beyond
+        so many bytes."""
         self.runs += 1
         number = self.runs % 16
         uid, gid = servers.server_ids()
@@ -72,7 +75,7 @@ class Tool:
         environment = {"PATH": "/usr/bin:/bin", "FTP_PASSWORD": servers.PASSWORD, "LC_ALL": locale,
                        "HOME": "/nonexistent", "TZ": "UTC"}
         environment |= {name: os.environ[name] for name in SANITIZERS if name in os.environ}
-        command = [str(self.folder / "ftp-host"), "--timeout", str(OPERATION_LIMIT), *arguments]
+        command = [str(self.folder / "ftp-host"), "--timeout", str(limit), *arguments]
         user = {"user": uid, "group": gid, "extra_groups": []} if servers.is_root() else {}
         with open(self.folder / f"out{number}", "wb") as out, open(self.folder / f"err{number}", "wb") as err:
             # A full disk is told as an error and not by a signal: SIGXFSZ stays ignored.

@@ -25,10 +25,13 @@ LONGEST_MINIMISATION = 60  # seconds for one finding
 MINIMISED_OF_A_KIND = 2    # further findings of a kind on a server are printed as they are
 
 
-def scenario_of(bench, seed, spare, only=None):
+def scenario_of(bench, seed, options, only=None):
     drawn = plan.draw(seed, bench.server)
-    if spare:
-        drawn = plan.draw(seed, bench.server, known.spared(bench.server.name, drawn["up"]))
+    spared = set(options.spare.split(",") if options.spare else ())
+    if options.spare_known:
+        spared |= known.spared(bench.server.name, drawn["up"])
+    if spared:
+        drawn = plan.draw(seed, bench.server, spared)
     if only is not None:
         drawn["atoms"] = [atom for index, atom in enumerate(drawn["atoms"]) if index in only]
     return drawn
@@ -41,13 +44,13 @@ def kinds_of(findings):
 class Minimiser:
     """Leaves atoms out as long as a finding of the same kind comes."""
 
-    def __init__(self, bench, seed, spare, kinds):
-        self.bench, self.seed, self.spare, self.kinds = bench, seed, spare, kinds
+    def __init__(self, bench, seed, options, kinds):
+        self.bench, self.seed, self.options, self.kinds = bench, seed, options, kinds
         self.limit = time.monotonic() + LONGEST_MINIMISATION
         self.runs = 0
 
     def fails(self, only):
-        played = play.Play(self.bench, scenario_of(self.bench, self.seed, self.spare, set(only)))
+        played = play.Play(self.bench, scenario_of(self.bench, self.seed, self.options, set(only)))
         found = played.play()
         self.runs += played.counts["runs"]
         return bool(kinds_of(found) & self.kinds)
@@ -71,10 +74,12 @@ class Minimiser:
         return kept
 
 
-def command_of(server, seed, spare, only=None):
+def command_of(server, seed, options, only=None):
     command = f"scripts/sync-torture --replay {server}:{seed}"
-    if spare:
+    if options.spare_known:
         command += " --spare-known"
+    if options.spare:
+        command += " --spare " + options.spare
     if only is not None:
         command += " --only " + ",".join(str(index) for index in only)
     return command
@@ -93,7 +98,7 @@ def torture(options, server, seeds, until, lock):
         for seed in seeds:
             if time.monotonic() > until or (options.runs and counts["runs"] >= options.runs):
                 break
-            scenario = scenario_of(bench, seed, options.spare_known)
+            scenario = scenario_of(bench, seed, options)
             played = play.Play(bench, scenario)
             found = played.play()
             counts += played.counts
@@ -104,11 +109,11 @@ def torture(options, server, seeds, until, lock):
             lines = [f"{server}: {kind}: {detail}" for kind, detail in found[:5]]
             only = None
             if options.minimise and any(findings[kind] < MINIMISED_OF_A_KIND for kind in kinds):
-                minimiser = Minimiser(bench, seed, options.spare_known, kinds)
+                minimiser = Minimiser(bench, seed, options, kinds)
                 only = minimiser.minimise(len(scenario["atoms"]))
                 counts["runs"] += minimiser.runs
             findings.update(kinds)
-            tell(lock, "\n".join(lines + ["    " + command_of(server, seed, options.spare_known, only)]))
+            tell(lock, "\n".join(lines + ["    " + command_of(server, seed, options, only)]))
     finally:
         bench.end()
     return server, counts, findings
@@ -121,7 +126,7 @@ def replay(options):
     bench = play.Bench(options.build, server)
     try:
         for _ in range(options.times):
-            scenario = scenario_of(bench, int(seed), options.spare_known, only)
+            scenario = scenario_of(bench, int(seed), options, only)
             played = play.Play(bench, scenario)
             found = played.play()
             broken += bool(found)
@@ -157,6 +162,7 @@ def arguments():
     parser.add_argument("--server", action="append", choices=list(servers.KINDS), help="only this one; repeatable")
     parser.add_argument("--jobs", type=int, default=2, help="servers at a time (default 2)")
     parser.add_argument("--spare-known", action="store_true", help="leave out what known.py lists")
+    parser.add_argument("--spare", metavar="FEATURE,...", help="leave out: name-dot, links, rights, refuse, kill ...")
     parser.add_argument("--no-minimise", dest="minimise", action="store_false", help="print findings as they are")
     parser.add_argument("--build", type=pathlib.Path, help="folder with ftp-host and ftp.so")
     parser.add_argument("--replay", metavar="SERVER:SEED", help="play one scenario and show all of it")

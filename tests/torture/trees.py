@@ -105,12 +105,23 @@ def apply(root, operation, owner):
             if not os.path.lexists(full):
                 os.mkfifo(full, 0o644)
                 own(full, owner)
+        elif kind == "many":
+            make_folders(root, path, owner)
+            for name in many_names(operation):
+                empty = os.path.join(full, name)
+                os.close(os.open(empty, os.O_CREAT | os.O_EXCL, 0o644))
+                own(empty, owner)
+                os.utime(empty, (operation["mtime"], operation["mtime"]))
         elif kind == "file":
             write_file(root, full, operation, owner)
         else:
             raise ValueError(kind)
     except (FileNotFoundError, NotADirectoryError, IsADirectoryError, FileExistsError):
         pass
+
+
+def many_names(operation):
+    return [b"%s-%05d" % (operation["tag"].encode(), number) for number in range(operation["count"])]
 
 
 def own(full, owner):
