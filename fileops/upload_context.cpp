@@ -13,6 +13,9 @@ std::size_t read_callback_cache_func(char* buffer, std::size_t size, std::size_t
                                      void* userdata) noexcept {
   try {
     auto& context = *static_cast<_RAREADCTX*>(userdata);
+    // A file that grows while it is sent would never end. Pinned by
+    // Upload.ACacheThatGoesOnAndOnIsLeftAtTheFirstBlockTooMany.
+    if (context.offset > context.size) return CURL_READFUNC_ABORT;
     if (is_stopped(context.handle)) return CURL_READFUNC_ABORT;
     CACHE_READ_REQUEST request;
     request.buffer = buffer;
