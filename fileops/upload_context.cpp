@@ -41,6 +41,9 @@ std::size_t read_callback_cache_func(char* buffer, std::size_t size, std::size_t
                                      void* userdata) noexcept {
   try {
     auto& context = *static_cast<_RAREADCTX*>(userdata);
+    // A file that grows while it is sent would never end. Pinned by
+    // Upload.ACacheThatGoesOnAndOnIsLeftAtTheFirstBlockTooMany.
+    if (context.offset > context.size) return CURL_READFUNC_ABORT;
     if (is_stopped(context.handle)) return CURL_READFUNC_ABORT;
     const std::uint64_t wanted = size * nmemb;
     const bool is_the_rest = wanted < context.block && wanted >= context.size - context.offset;

@@ -22,7 +22,8 @@ struct _RAREADCTX {
 };
 
 /// libcurl read callback; `userdata` is the _RAREADCTX. Returns the bytes that the cache put into `buffer` (0
-/// ends the file), or CURL_READFUNC_ABORT once the host has stopped the transfer. A cache that claims to have
+/// ends the file), or CURL_READFUNC_ABORT once the host has stopped the transfer, or the cache has given more
+/// than the file holds. A cache that claims to have
 /// put more there than was asked for gets the upload ended by libcurl, with CURLE_READ_ERROR.
 /// libcurl 8 asks for no byte behind the size that it was told; the cache is asked for whole blocks all the
 /// same, and what it has behind the end counts in `offset`: a file that is longer than its record must not

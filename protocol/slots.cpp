@@ -1,5 +1,6 @@
 // The slots that ask the server for something: each logs, guards the host against exceptions, calls one
 // function of fileops/ or listing/, and has what was changed read again through the object's own table.
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -113,7 +114,15 @@ AERROR Protocol::Upload(const char* id, std::shared_ptr<_FS_HANDLE> handle, ICac
     __LOG__A(current_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] %s id [%s], name [%s]", "Upload",
              text_or_empty(id), file->name.c_str());
     clear(message);
-    return read_again(upload(view(), id, std::move(handle), source, *file), FS_ATTR_FILE, *file);
+    const std::int64_t sent = file->size;
+    const AERROR result =
+        read_again(upload(view(), id, std::move(handle), source, *file), FS_ATTR_FILE, *file);
+    // Below 0 the size is unknown, the one or the other.
+    if (result != SUCCESS || sent < 0 || file->size < 0 || file->size == sent) return result;
+    __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s id: [%s] , %lld bytes of %lld are stored",
+             "Upload", file->name.c_str(), static_cast<long long>(file->size), static_cast<long long>(sent));
+    file->size = sent;  // a host that tries again with this record must not send less
+    return FILE_WRITE_FAILED;
   });
 }
 

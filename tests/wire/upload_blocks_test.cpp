@@ -109,7 +109,17 @@ TEST_F(Upload, ACacheThatHasMoreThanTheRecordSaysFails) {
   CacheSource cache{fakes::some_bytes(kBlock + 2)};
   file = sized("new.bin", kBlock + 1);
   EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED);
-  expect_failure(18);
+  EXPECT_EQ(log.lines_with("8 [PROTOCOL").size(), 1u);
+  EXPECT_EQ(file.size, static_cast<std::int64_t>(kBlock + 1)) << "the record is as it was";
+}
+
+TEST_F(Upload, ACacheThatGoesOnAndOnIsLeftAtTheFirstBlockTooMany) {
+  connected();
+  CacheSource cache{fakes::some_bytes(4000000)};
+  file = sized("new.bin", 100000);
+  EXPECT_EQ(upload("/docs", cache), FILE_WRITE_FAILED);
+  EXPECT_THAT(cache.requests(), SizeIs(2)) << "the second one goes beyond the size";
+  expect_dropped();
 }
 
 class ThrowingCache final : public ICacheIO {

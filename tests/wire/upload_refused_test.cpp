@@ -107,11 +107,26 @@ TEST_F(Upload, ASecondReplyIsNotTakenForTheSizeThatTheServerHas) {
   EXPECT_EQ(server.connections_seen(), 2u) << "the re-read begins anew";
 }
 
-TEST_F(Upload, TheRecordTellsTheSizeThatTheServerHas) {
+TEST_F(Upload, FailsWhereTheServerHasStoredAnotherSize) {
   connected();
-  server.on("SIZE").reply("213 3");
+  for (const char* size : {"213 3", "213 0", "213 6"}) {
+    server.on("SIZE").reply(size).times(1);
+    EXPECT_EQ(upload("hello"), FILE_WRITE_FAILED) << size;
+    EXPECT_EQ(file.size, 5) << "the record keeps what a further try is to send";
+  }
+  EXPECT_EQ(log.lines_with("8 [PROTOCOL").front(),
+            "8 [PROTOCOL  ] Upload id: [new.bin] , 3 bytes of 5 are stored");
+  EXPECT_EQ(server.file("/docs/new.bin"), "hello") << "what is stored stays there";
   EXPECT_EQ(upload("hello"), SUCCESS);
-  EXPECT_EQ(file.size, 3) << "for the host to compare";
+}
+
+TEST_F(Upload, OfAnUnknownSizeIsNotCompared) {
+  connected();
+  CacheSource cache{"hello"};
+  file = sized("new.bin", 0);
+  file.size = -1;
+  EXPECT_EQ(upload("/docs", cache), SUCCESS);
+  EXPECT_EQ(file.size, 5);
 }
 
 TEST_F(Upload, AServerThatTellsNoSizeLeavesItUnknown) {
