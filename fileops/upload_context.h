@@ -23,11 +23,10 @@ struct _RAREADCTX {
 
 /// libcurl read callback; `userdata` is the _RAREADCTX. Returns the bytes that the cache put into `buffer` (0
 /// ends the file), or CURL_READFUNC_ABORT once the host has stopped the transfer, or the cache has given more
-/// than the file holds. A cache that claims to have
-/// put more there than was asked for gets the upload ended by libcurl, with CURLE_READ_ERROR.
-/// libcurl 8 asks for no byte behind the size that it was told; the cache is asked for whole blocks all the
-/// same, and what it has behind the end counts in `offset`: a file that is longer than its record must not
-/// pass for stored.
+/// than the file holds. A cache that claims to have put more there than was asked for gets the upload ended
+/// by libcurl, with CURLE_READ_ERROR. libcurl 8 asks for no byte behind the size that it was told; the cache
+/// is asked for whole blocks all the same, and what it has behind the end counts in `offset`: a file that is
+/// longer than its record must not pass for stored.
 std::size_t read_callback_cache_func(char* buffer, std::size_t size, std::size_t nmemb,
                                      void* userdata) noexcept;
 
