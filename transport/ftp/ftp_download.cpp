@@ -53,20 +53,26 @@ ftp_download::~ftp_download() {
   undo_options();
 }
 
-void ftp_download::set_options() {
-  curl_easy_setopt(curl_, CURLOPT_QUOTE, before_.get());
-  curl_easy_setopt(curl_, CURLOPT_PREQUOTE, just_before_.get());
-  curl_easy_setopt(curl_, CURLOPT_URL, file_.url.c_str());
+CURLcode ftp_download::set_options() {
+  CURLcode refused = CURLE_OK;
+  const auto set = [&](CURLoption option, auto value) {
+    const CURLcode code = curl_easy_setopt(curl_, option, value);
+    if (refused == CURLE_OK) refused = code;
+  };
+  set(CURLOPT_QUOTE, before_.get());
+  set(CURLOPT_PREQUOTE, just_before_.get());
+  set(CURLOPT_URL, file_.url.c_str());
   // Else libcurl asks for the size itself, and calls every early end a partial file that costs the login.
-  curl_easy_setopt(curl_, CURLOPT_IGNORE_CONTENT_LENGTH, 1L);
-  curl_easy_setopt(curl_, CURLOPT_BUFFERSIZE, file_.buffer_size);
-  curl_easy_setopt(curl_, CURLOPT_NOBODY, 0L);
-  curl_easy_setopt(curl_, CURLOPT_WRITEFUNCTION,
-                   static_cast<std::size_t (*)(char*, std::size_t, std::size_t, void*)>(&take_bytes));
-  curl_easy_setopt(curl_, CURLOPT_WRITEDATA, this);
-  curl_easy_setopt(curl_, CURLOPT_XFERINFOFUNCTION, &report_progress);
-  curl_easy_setopt(curl_, CURLOPT_XFERINFODATA, this);
-  curl_easy_setopt(curl_, CURLOPT_NOPROGRESS, 0L);
+  set(CURLOPT_IGNORE_CONTENT_LENGTH, 1L);
+  set(CURLOPT_BUFFERSIZE, file_.buffer_size);
+  set(CURLOPT_NOBODY, 0L);
+  set(CURLOPT_WRITEFUNCTION,
+      static_cast<std::size_t (*)(char*, std::size_t, std::size_t, void*)>(&take_bytes));
+  set(CURLOPT_WRITEDATA, this);
+  set(CURLOPT_XFERINFOFUNCTION, &report_progress);
+  set(CURLOPT_XFERINFODATA, this);
+  set(CURLOPT_NOPROGRESS, 0L);
+  return refused;
 }
 
 void ftp_download::undo_options() noexcept {
@@ -101,7 +107,11 @@ CURLcode ftp_download::take(std::int64_t length, piece_taker& taker) {
 
 std::optional<CURLcode> ftp_download::start() {
   if (state_ == state::fresh) {
-    set_options();
+    // Pinned by EveryFailure.InADownload.
+    if (const CURLcode refused = set_options(); refused != CURLE_OK) {
+      has_ended();
+      return refused;
+    }
     state_ = state::running;
     const CURLcode code = driver_.begin(curl_, this);
     if (code != CURLE_OK) {

@@ -91,7 +91,8 @@ class ftp_download : pinned, private control_listener {
   /// What take() returns for a request that ended with `code`.
   [[nodiscard]] CURLcode judge(CURLcode code) const noexcept;
   [[nodiscard]] bool is_at_end() const noexcept { return size_.has_value() && offset_ >= *size_; }
-  void set_options();
+  /// Returns the code of the first option that libcurl refuses; then nothing is to be sent.
+  [[nodiscard]] CURLcode set_options();
   void undo_options() noexcept;
 
   request_driver& driver_;

@@ -80,7 +80,8 @@ TEST(CURLDebug, LeavesOutDataAndTlsTraffic) {
 TEST(CURLDebug, TellsOfALineThatNoMemoryCanHold) {
   const recording_log log;
   char text[] = "x";
-  EXPECT_EQ(CURLDebug(nullptr, CURLINFO_TEXT, text, static_cast<std::size_t>(-1), nullptr), 0);
+  const std::size_t too_long = std::string{}.max_size() + 1;
+  EXPECT_EQ(CURLDebug(nullptr, CURLINFO_TEXT, text, too_long, nullptr), 0);
   EXPECT_EQ(log.lines(),
             (std::vector<log_line>{{LOGLEVEL_ERROR, "[NETWORK   ] no memory for a line of the trace"}}));
 }
