@@ -1,6 +1,7 @@
 // How long a server is waited for, how often it is asked again, and how many logins are kept for it.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <climits>
 #include <cstddef>
@@ -30,6 +31,11 @@ inline constexpr long kGoodbyeTimeoutSeconds = 10;
 /// after each: a server has two seconds to recover.
 inline constexpr int kMaxRuns = 21;
 inline constexpr std::chrono::milliseconds kRetryPause{100};
+
+/// Before each repetition of a login for which libcurl could not initialise.
+inline constexpr std::array<std::chrono::milliseconds, 4> kLoginPauses{
+    std::chrono::milliseconds{100}, std::chrono::milliseconds{200}, std::chrono::milliseconds{400},
+    std::chrono::milliseconds{800}};
 
 /// Idle connections that a pool keeps for the next operations. Servers limit the logins of one user, and
 /// those of idle connections count.

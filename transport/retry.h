@@ -3,6 +3,9 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
+#include <thread>
+
 #include "transport/limits.h"
 
 namespace ftp_plugin {
@@ -23,12 +26,20 @@ template <class Run>
   return code;
 }
 
-/// Repeats `run` for as long as libcurl fails to initialise. Returns the first other result.
-// Kept on purpose: there is no bound. Pinned by Retry.ALoginIsRepeatedWhileLibcurlCannotInitialise.
+/// Repeats `run` while libcurl fails to initialise (CURLE_FAILED_INIT), behind each of kLoginPauses, as long
+/// as the time limit of a login has not passed. libcurl says so of an SSH server that hangs up early, too.
+/// Returns the last result.
+/// Pinned by Retry.ALoginIsRepeatedFourTimesWhileLibcurlCannotInitialise.
 template <class Run>
 [[nodiscard]] CURLcode run_while_not_initialised(Run&& run) {
-  CURLcode code = CURLE_FAILED_INIT;
-  while (code == CURLE_FAILED_INIT) code = run();
+  using clock = std::chrono::steady_clock;
+  const clock::time_point end = clock::now() + std::chrono::seconds{kConnectTimeoutSeconds};
+  CURLcode code = run();
+  for (const std::chrono::milliseconds pause : kLoginPauses) {
+    if (code != CURLE_FAILED_INIT || clock::now() + pause > end) break;
+    std::this_thread::sleep_for(pause);
+    code = run();
+  }
   return code;
 }
 

@@ -40,11 +40,23 @@ TEST(Retry, TheFirstOtherResultEndsIt) {
   }
 }
 
-TEST(Retry, ALoginIsRepeatedWhileLibcurlCannotInitialise) {
+TEST(Retry, ALoginIsRepeatedFourTimesWhileLibcurlCannotInitialise) {
   int runs = 0;
-  const auto run = [&] { return ++runs < 1000 ? CURLE_FAILED_INIT : CURLE_LOGIN_DENIED; };
+  const auto start = clock::now();
+  EXPECT_EQ(run_while_not_initialised([&] {
+              ++runs;
+              return CURLE_FAILED_INIT;
+            }),
+            CURLE_FAILED_INIT);
+  EXPECT_EQ(runs, 5);
+  EXPECT_GE(clock::now() - start, 15 * kPause) << "100, 200, 400 and 800 ms";
+}
+
+TEST(Retry, ALoginEndsWithTheFirstOtherResult) {
+  int runs = 0;
+  const auto run = [&] { return ++runs < 3 ? CURLE_FAILED_INIT : CURLE_LOGIN_DENIED; };
   EXPECT_EQ(run_while_not_initialised(run), CURLE_LOGIN_DENIED);
-  EXPECT_EQ(runs, 1000);
+  EXPECT_EQ(runs, 3);
 }
 
 }  // namespace
