@@ -4,8 +4,8 @@
 #include "boundary/no_throw.h"
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
-#include "transport/command_list.h"
 #include "transport/pool/lease.h"
+#include "transport/pool/probe.h"
 #include "transport/pool/transfer.h"
 
 namespace ftp_plugin {
@@ -18,6 +18,20 @@ enum feature : int {
   kServerTimes = 0x800,
 };
 
+/// Appends the answer to FEAT to `reply`. A refusal is CURLE_QUOTE_ERROR and costs no login.
+CURLcode ask_for_features(connection& con, byte_vector& reply) {
+  const probe question{con, "FEAT"};
+  const CURLcode code = transfer{con}
+                            .set(CURLOPT_QUOTE, question.commands(), nullptr)
+                            .set(CURLOPT_NOBODY, 1L, 0L)
+                            .set(CURLOPT_HEADER, 1L, 0L)
+                            .set(CURLOPT_HEADERFUNCTION, &write_vector_char, nullptr)
+                            .set(CURLOPT_HEADERDATA, &reply, nullptr)
+                            .run();
+  con.watch_replies();
+  return question.judge(code);
+}
+
 }  // namespace
 
 int Protocol::SetFileTimeSupportMode() {
@@ -26,17 +40,8 @@ int Protocol::SetFileTimeSupportMode() {
   lease borrowed{view().connected_pool()};
   connection& con = *borrowed;
   if (con.GETCURL() == nullptr) return 0;
-  command_list commands;
-  add(commands, "FEAT");
   byte_vector reply;
-  const CURLcode code = transfer{con}
-                            .set(CURLOPT_QUOTE, commands.get(), nullptr)
-                            .set(CURLOPT_NOBODY, 1L, 0L)
-                            .set(CURLOPT_HEADER, 1L, 0L)
-                            .set(CURLOPT_HEADERFUNCTION, &write_vector_char, nullptr)
-                            .set(CURLOPT_HEADERDATA, &reply, nullptr)
-                            .run();
-  con.watch_replies();
+  const CURLcode code = ask_for_features(con, reply);
   if (code != CURLE_OK) {
     __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s SetFileTimeSupportMode exec error: [%d]",
              "SetFileTimeSupportMode", code);

@@ -198,8 +198,8 @@ void ftp_download::end() {
 
 CURLcode ftp_download::judge(CURLcode code) const noexcept {
   if (verdict_.has_value() && code == CURLE_WRITE_ERROR) return *verdict_;
-  // Nothing lies behind the last byte, whatever the server calls a restart there. libcurl asks for nothing then;
-  // but an answer is the way to keep the login.
+  // Nothing lies behind the last byte, whatever the server calls a restart there. libcurl asks for nothing
+  // then; but an answer is the way to keep the login.
   const bool began_at_the_end = file_.offset > 0 && size_ == file_.offset;
   const bool is_refused = code == CURLE_FTP_COULDNT_RETR_FILE || code == CURLE_REMOTE_FILE_NOT_FOUND;
   if (began_at_the_end && (is_refused || (restart_refused_ && code == CURLE_QUOTE_ERROR))) return CURLE_OK;
