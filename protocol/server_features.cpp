@@ -5,6 +5,7 @@
 #include "protocol/protocol.h"
 #include "transport/byte_sink.h"
 #include "transport/pool/lease.h"
+#include "transport/pool/probe.h"
 #include "transport/pool/transfer.h"
 
 namespace ftp_plugin {
@@ -17,6 +18,18 @@ enum feature : int {
   kServerTimes = 0x800,
 };
 
+/// Appends the answer to FEAT to `reply`. A refusal is CURLE_QUOTE_ERROR and costs no login.
+CURLcode ask_for_features(connection& con, byte_vector& reply) {
+  const probe question{con, "FEAT"};
+  const CURLcode code = transfer{con}
+                            .set(CURLOPT_QUOTE, question.commands(), nullptr)
+                            .set(CURLOPT_NOBODY, 1L, 0L)
+                            .set(CURLOPT_HEADER, 1L, 0L)
+                            .copy_replies_to(reply)
+                            .run();
+  return question.judge(code);
+}
+
 }  // namespace
 
 int Protocol::SetFileTimeSupportMode() {
@@ -25,12 +38,7 @@ int Protocol::SetFileTimeSupportMode() {
   lease borrowed{view().connected_pool()};
   if (!borrowed) return 0;
   byte_vector reply;
-  const CURLcode code = transfer{*borrowed}
-                            .send_before({"FEAT"})
-                            .set(CURLOPT_NOBODY, 1L, 0L)
-                            .set(CURLOPT_HEADER, 1L, 0L)
-                            .copy_replies_to(reply)
-                            .run();
+  const CURLcode code = ask_for_features(*borrowed, reply);
   if (code != CURLE_OK) {
     __LOG__A(current_logger(), LOGLEVEL_ERROR, "[PROTOCOL  ] %s SetFileTimeSupportMode exec error: [%d]",
              "SetFileTimeSupportMode", code);

@@ -227,8 +227,8 @@ TEST_F(Move, TheConvertedNameGoesIntoTheCommandAndTheReRead) {
   EXPECT_EQ(protocol->Move("/docs/a.txt", "/docs", &file, nullptr), SUCCESS);
   const std::string latin1 = fakes::kLatin1Name;
   EXPECT_THAT(server.take_dialogue(),
-              ElementsAre("2: RNFR docs/a.txt", "2: RNTO docs/" + latin1, "2: CWD /", "2: CWD docs",
-                          "2: MDTM " + latin1, "2: TYPE I", "2: SIZE " + latin1, "2: REST 0"));
+              ElementsAre("1: RNFR docs/a.txt", "1: RNTO docs/" + latin1, "1: CWD /", "1: CWD docs",
+                          "1: MDTM " + latin1, "1: TYPE I", "1: SIZE " + latin1, "1: REST 0"));
   EXPECT_EQ(file.id, "/docs/" + latin1);
   EXPECT_EQ(file.name, fakes::kUtf8Name);
   EXPECT_EQ(file.size, 11);

@@ -128,8 +128,8 @@ TEST_F(Upload, TheConvertedNameIsStoredAndReadAgain) {
   EXPECT_EQ(upload("/docs", cache), SUCCESS);
   const std::string latin1 = fakes::kLatin1Name;
   EXPECT_THAT(server.take_dialogue(),
-              ElementsAre("2: TYPE I", "2: CWD /", "2: CWD docs", "2: EPSV", "2: TYPE I", "2: STOR " + latin1,
-                          "2: MDTM " + latin1, "2: SIZE " + latin1, "2: REST 0"));
+              ElementsAre("1: TYPE I", "1: CWD /", "1: CWD docs", "1: EPSV", "1: TYPE I", "1: STOR " + latin1,
+                          "1: MDTM " + latin1, "1: SIZE " + latin1, "1: REST 0"));
   EXPECT_EQ(file.id, "/docs/" + latin1);
   EXPECT_EQ(file.name, fakes::kUtf8Name);
   EXPECT_EQ(file.size, 3);

@@ -259,12 +259,12 @@ bool request_driver::has_unasked_reply() const noexcept {
   return replies_.keeps_bytes() || bytes_.has_unasked_bytes();
 }
 
-CURLcode request_driver::perform(CURL* curl) {
+CURLcode request_driver::perform(CURL* curl, control_listener* listener) {
   const sigpipe_guard guard;
-  CURLcode result = run(curl, nullptr);
+  CURLcode result = run(curl, listener);
   if (reply_came_first_) {  // nothing was sent yet
     close_connections(curl);
-    result = run(curl, nullptr);
+    result = run(curl, listener);
   }
   return settle(curl, result);
 }

@@ -60,7 +60,8 @@ class request_driver : pinned {
   /// CURLE_WEIRD_SERVER_REPLY for a success that rests on replies to other commands or is none. The handle
   /// stays with the multi handle afterwards, so that libcurl can still tell its open connection; which is
   /// closed when the server has sent more than libcurl looked at.
-  [[nodiscard]] CURLcode perform(CURL* curl);
+  /// `listener` may be null.
+  [[nodiscard]] CURLcode perform(CURL* curl, control_listener* listener = nullptr);
 
   // The same step by step, for a download of which a piece at a time is taken: begin(), then step() and
   // wait() in turn until step() answers true, then settle(). In between SIGPIPE is to be kept from the host,

@@ -102,7 +102,7 @@ CURLcode connection::exec(long connect_timeout, bool) {
   CURL* curl = GETCURL();
   if (curl == nullptr) return CURLE_FAILED_INIT;
   begin_request(connect_timeout);
-  const CURLcode code = driver_->perform(curl);
+  const CURLcode code = driver_->perform(curl, listener_);
   end_request(code);
   return code;
 }

@@ -65,6 +65,9 @@ class connection : pinned {
   /// request. Its results are libcurl codes; it neither needs nor changes the handle.
   [[nodiscard]] sftp_channel& sftp() noexcept { return sftp_; }
 
+  /// Who hears the commands and replies of the next requests; null for nobody. See control_listener.
+  void listen(control_listener* listener) noexcept { listener_ = listener; }
+
   /// Makes the next request begin on a fresh control connection.
   void forget_control() noexcept;
 
@@ -95,6 +98,7 @@ class connection : pinned {
   server_settings server_;
   sftp_channel sftp_{server_};
   progress_binding upload_progress_{};  // of the last upload; stays set on the handle
+  control_listener* listener_ = nullptr;
   std::uint64_t folder_moves_ = 0;
   bool tls_may_just_end_ = false;           // the TLS of this connection's libcurl
   bool server_tells_of_ends_ = true;        // that come early; some servers do not always

@@ -7,12 +7,8 @@
 namespace ftp_plugin {
 
 std::shared_ptr<connection> pool::pop_con() {
-  const std::lock_guard guard{lock_};
-  std::shared_ptr<connection> con;
-  if (!idle_.empty()) {
-    con = std::move(idle_.front());
-    idle_.pop_front();
-  } else {
+  std::shared_ptr<connection> con = take_idle();
+  if (con == nullptr) {
     con = std::make_shared<connection>(server_);
     (void)con->connect();  // a failed login is told by a missing handle
   }
@@ -20,13 +16,23 @@ std::shared_ptr<connection> pool::pop_con() {
   return con;
 }
 
-void pool::push_con(std::shared_ptr<connection> con) {
+std::shared_ptr<connection> pool::take_idle() {
   const std::lock_guard guard{lock_};
-  if (idle_.size() < kIdleLimit) {
-    idle_.push_back(std::move(con));
-  } else {
-    con->close();
+  if (idle_.empty()) return nullptr;
+  std::shared_ptr<connection> con = std::move(idle_.front());
+  idle_.pop_front();
+  return con;
+}
+
+void pool::push_con(std::shared_ptr<connection> con) {
+  {
+    const std::lock_guard guard{lock_};
+    if (idle_.size() < kIdleLimit) {
+      idle_.push_back(std::move(con));
+      return;
+    }
   }
+  con->close();
 }
 
 std::int32_t pool::init() {
@@ -37,9 +43,12 @@ std::int32_t pool::init() {
 }
 
 void pool::destroy() {
-  const std::lock_guard guard{lock_};
-  for (const auto& con : idle_) con->close();
-  idle_.clear();
+  std::list<std::shared_ptr<connection>> all;
+  {
+    const std::lock_guard guard{lock_};
+    all.swap(idle_);
+  }
+  for (const auto& con : all) con->close();
 }
 
 }  // namespace ftp_plugin

@@ -16,8 +16,9 @@
 
 namespace ftp_plugin {
 
-/// pop_con and push_con may be called from several threads at once. A connection taken out belongs to its
-/// borrower alone. Use lease (transport/pool/lease.h) to borrow.
+/// pop_con and push_con may be called from several threads at once, and nobody waits for another one's login
+/// or goodbye. A connection taken out belongs to its borrower alone. Use lease (transport/pool/lease.h) to
+/// borrow.
 class pool : pinned {
  public:
   /// Reads the settings, once for all its connections; no traffic.
@@ -53,10 +54,13 @@ class pool : pinned {
   [[nodiscard]] bool mlst() const noexcept { return mlst_; }
 
  private:
+  /// The longest idle connection, or null.
+  [[nodiscard]] std::shared_ptr<connection> take_idle();
+
   // pool_probe.cpp
   /// Sends `command` on a body-less request. Returns false when no connection could be had; `accepted` tells
   /// whether the server took it.
-  [[nodiscard]] bool probe(const char* command, bool& accepted);
+  [[nodiscard]] bool asks(const char* command, bool& accepted);
 
   const server_settings server_;
   std::list<std::shared_ptr<connection>> idle_;

@@ -1,13 +1,20 @@
 #include "transport/pool/pool.h"
+#include "transport/pool/probe.h"
 #include "transport/pool/transfer.h"
 
 namespace ftp_plugin {
 
-bool pool::probe(const char* command, bool& accepted) {
+bool pool::asks(const char* command, bool& accepted) {
   auto con = pop_con();
   if (con->GETCURL() == nullptr) return false;
-  const CURLcode code = transfer{*con}.send_before({command}).set(CURLOPT_NOBODY, 1L, 0L).run_once();
-  accepted = code == CURLE_OK;
+  {
+    const probe question{*con, command};
+    const CURLcode code = transfer{*con}
+                              .set(CURLOPT_QUOTE, question.commands(), nullptr)
+                              .set(CURLOPT_NOBODY, 1L, 0L)
+                              .run_once();
+    accepted = question.judge(code) == CURLE_OK;
+  }
   push_con(std::move(con));
   return true;
 }
@@ -22,10 +29,10 @@ AERROR pool::TestConnect() {
   if (server_.charset == charset_choice::kLocal) {
     utf8_ = false;
   } else {
-    if (!probe("OPTS UTF8 ON", utf8_)) return FAILED;
+    if (!asks("OPTS UTF8 ON", utf8_)) return FAILED;
     if (server_.charset == charset_choice::kUtf8) utf8_ = true;  // even if the server refused the command
   }
-  return probe("OPTS MLST type;unique;size;modify;", mlst_) ? SUCCESS : FAILED;
+  return asks("OPTS MLST type;unique;size;modify;", mlst_) ? SUCCESS : FAILED;
 }
 
 }  // namespace ftp_plugin

@@ -4,9 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
 #include <new>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -157,6 +159,36 @@ TEST_F(PoolOfConnections, TheLoginTestLearnsWhatTheServerTakes) {
                                              "1: OPTS UTF8 ON", "1: OPTS MLST type;unique;size;modify;"));
 }
 
+TEST_F(PoolOfConnections, LoginsDoNotWaitForEachOther) {
+  pool connections{settings()};
+  auto idle = connections.pop_con();
+  fakes::Gate gate;
+  server.on("USER").hold(gate);
+  std::array<std::thread, 3> logins;
+  for (auto& login : logins) {
+    login = std::thread{[&] { EXPECT_NE(connections.pop_con()->GETCURL(), nullptr); }};
+  }
+  EXPECT_TRUE(gate.await_arrivals(logins.size())) << "all are under way at once";
+  connections.push_con(std::move(idle));
+  EXPECT_NE(connections.pop_con(), nullptr) << "nor does anybody else wait for them";
+  gate.open();
+  for (auto& login : logins) login.join();
+}
+
+TEST_F(PoolOfConnections, AGoodbyeKeepsNobodyWaiting) {
+  pool connections{settings()};
+  std::vector<std::shared_ptr<connection>> borrowed;
+  for (int n = 0; n < 7; ++n) borrowed.push_back(connections.pop_con());
+  fakes::Gate gate;
+  server.on("QUIT").hold(gate).times(1);
+  for (int n = 0; n < 6; ++n) connections.push_con(std::move(borrowed[static_cast<std::size_t>(n)]));
+  std::thread last{[&] { connections.push_con(std::move(borrowed[6])); }};
+  EXPECT_TRUE(gate.await_arrivals(1));
+  EXPECT_NE(connections.pop_con()->GETCURL(), nullptr);
+  gate.open();
+  last.join();
+}
+
 TEST_F(PoolOfConnections, WhatTheServerRefusesIsNoFailure) {
   server.lacks("UTF8");
   server.lacks("MLST");
@@ -164,6 +196,7 @@ TEST_F(PoolOfConnections, WhatTheServerRefusesIsNoFailure) {
   EXPECT_EQ(connections.TestConnect(), SUCCESS);
   EXPECT_FALSE(connections.utf8());
   EXPECT_FALSE(connections.mlst());
+  EXPECT_EQ(server.logins(), 1U) << "and costs no login";
 }
 
 TEST_F(PoolOfConnections, ForcedUtf8HoldsEvenIfTheServerRefusesIt) {
