@@ -81,6 +81,22 @@ std::map<std::string, std::string> tree_of(const fs::path& folder, bool times) {
   return tree;
 }
 
+/// The URL of what `server` serves, without a slash at its end.
+std::string url_of(const Daemon& server, const std::string& scheme) {
+  const bool bracketed = server.host().find(':') != std::string::npos;
+  const std::string host = bracketed ? "[" + server.host() + "]" : server.host();
+  const std::string url = scheme + "://" + server.user() + "@" + host + ":" + std::to_string(server.port());
+  if (server.remote_root().empty()) return url;
+  // A path behind a second slash is absolute on an FTP server, and not one of the login directory.
+  return url + (scheme == "sftp" ? "" : "/") + server.remote_root();
+}
+
+/// Runs the program by the shell, with nothing on the terminal; its exit code.
+int run_quietly(const std::string& arguments) {
+  const int status = std::system((std::string{FTP_HOST} + " " + arguments + " >/dev/null 2>&1").c_str());
+  return WEXITSTATUS(status);
+}
+
 class HostOnServers : public testing::TestWithParam<Server> {
  protected:
   HostOnServers() : server_{GetParam().start()} {
@@ -89,12 +105,7 @@ class HostOnServers : public testing::TestWithParam<Server> {
     setenv("FTP_PASSWORD", server_.password().c_str(), 1);
     // For the leak checker, if there is one, as in tests/leak_checker.cpp.
     setenv("LSAN_OPTIONS", "use_tls=0:print_suppressions=0", 1);
-    const bool bracketed = server_.host().find(':') != std::string::npos;
-    const std::string host = bracketed ? "[" + server_.host() + "]" : server_.host();
-    const std::string scheme = GetParam().scheme;
-    url_ = scheme + "://" + server_.user() + "@" + host + ":" + std::to_string(server_.port());
-    // A path behind a second slash is absolute on an FTP server, and not one of the login directory.
-    if (!server_.remote_root().empty()) url_ += (scheme == "sftp" ? "" : "/") + server_.remote_root();
+    url_ = url_of(server_, GetParam().scheme);
   }
   ~HostOnServers() override { fs::remove_all(folder_); }
 
@@ -231,12 +242,7 @@ TEST(HostOnAListingThatHangs, EndsWithTheTimeLimit) {
   Daemon server = servers::start_inetutils_ftpd();
   server.add_file("f", "hello");
   setenv("FTP_PASSWORD", server.password().c_str(), 1);
-  const std::string url = "ftp://" + server.user() + "@" + server.host() + ":" +
-                          std::to_string(server.port()) +
-                          (server.remote_root().empty() ? "" : "/" + server.remote_root());
-  const std::string command = std::string{FTP_HOST} + " --timeout 2 ls '" + url + "' 2>/dev/null";
-  const int status = std::system(command.c_str());
-  EXPECT_EQ(WEXITSTATUS(status), 124);
+  EXPECT_EQ(run_quietly("--timeout 2 ls '" + url_of(server, "ftp") + "'"), 124);
 }
 
 TEST(HostThroughAProxy, LogsInWithTheProxysPassword) {
@@ -247,11 +253,7 @@ TEST(HostThroughAProxy, LogsInWithTheProxysPassword) {
     setenv("FTP_PROXY_PASSWORD", password.c_str(), 1);
     const std::string by =
         "socks5://" + proxy.user() + "@" + proxy.host() + ":" + std::to_string(proxy.port());
-    const std::string url =
-        "ftp://" + server.user() + "@" + server.host() + ":" + std::to_string(server.port());
-    const std::string command =
-        std::string{FTP_HOST} + " --proxy '" + by + "' ls '" + url + "' >/dev/null 2>&1";
-    return std::system(command.c_str());
+    return run_quietly("--proxy '" + by + "' ls '" + url_of(server, "ftp") + "'");
   };
   EXPECT_EQ(list(proxy.password()), 0);
   EXPECT_NE(list("wrong"), 0);

@@ -14,12 +14,18 @@ namespace {
 
 using std::chrono::seconds;
 
-TEST(Operation, AnswersTheCodeAndTheLogOfItsCall) {
+/// What an operation runs in, with a time limit in seconds.
+struct Surroundings {
+  explicit Surroundings(int limit = 0) : operations{cancellation, console, seconds{limit}} {}
   Cancellation cancellation;
   Console console{0, true};
-  Operations operations{cancellation, console, seconds{0}};
+  Operations operations;
   LifeSign life;
-  const Outcome outcome = operations.run("x", life, [] {
+};
+
+TEST(Operation, ReturnsTheCodeAndTheLogOfItsCall) {
+  Surroundings in;
+  const Outcome outcome = in.operations.run("x", in.life, [] {
     note_log_line(current_operation_log(), "[NETWORK   ] [HEADER   >>] 550 No\r\n");
     return FILE_READ_FAILED;
   });
@@ -28,18 +34,15 @@ TEST(Operation, AnswersTheCodeAndTheLogOfItsCall) {
 }
 
 TEST(Operation, IsStoppedThroughTheHandle) {
-  Cancellation cancellation;
-  Console console{0, true};
-  Operations operations{cancellation, console, seconds{0}};
-  const auto handle = cancellation.new_handle();
-  LifeSign life;
+  Surroundings in;
+  const auto handle = in.cancellation.new_handle();
   std::promise<void> running;
   std::thread stopper{[&] {
     running.get_future().wait();
-    cancellation.request();
+    in.cancellation.request();
   }};
   try {
-    (void)operations.run("x", life, [&] {
+    (void)in.operations.run("x", in.life, [&] {
       running.set_value();
       while (std::atomic_ref{handle->state}.load() < FS_HANDLE_STOP) std::this_thread::yield();
       return READ_CANCELED;
@@ -52,41 +55,32 @@ TEST(Operation, IsStoppedThroughTheHandle) {
 }
 
 TEST(Operation, DoesNotBeginAfterAStop) {
-  Cancellation cancellation;
-  Console console{0, true};
-  Operations operations{cancellation, console, seconds{0}};
-  cancellation.request();
-  LifeSign life;
+  Surroundings in;
+  in.cancellation.request();
   bool ran = false;
-  EXPECT_THROW((void)operations.run("x", life,
-                                    [&] {
-                                      ran = true;
-                                      return SUCCESS;
-                                    }),
+  EXPECT_THROW((void)in.operations.run("x", in.life,
+                                       [&] {
+                                         ran = true;
+                                         return SUCCESS;
+                                       }),
                Failure);
   EXPECT_FALSE(ran);
-  EXPECT_GE(cancellation.new_handle()->state, FS_HANDLE_STOP);
+  EXPECT_GE(in.cancellation.new_handle()->state, FS_HANDLE_STOP);
 }
 
 [[noreturn]] void hang() {
-  Cancellation cancellation;
-  Console console{0, true};
-  Operations operations{cancellation, console, seconds{1}};
-  LifeSign life;
+  Surroundings in{1};
   std::promise<AERROR> never;
-  (void)operations.run("listing", life, [&] { return never.get_future().get(); });
+  (void)in.operations.run("listing", in.life, [&] { return never.get_future().get(); });
   _exit(0);
 }
 
 [[noreturn]] void work_slowly() {
-  Cancellation cancellation;
-  Console console{0, true};
-  Operations operations{cancellation, console, seconds{1}};
-  LifeSign life;
-  const Outcome outcome = operations.run("slow", life, [&] {
+  Surroundings in{1};
+  const Outcome outcome = in.operations.run("slow", in.life, [&] {
     for (int i = 0; i < 15; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds{100});
-      life.beat();
+      in.life.beat();
     }
     return SUCCESS;
   });
@@ -94,14 +88,11 @@ TEST(Operation, DoesNotBeginAfterAStop) {
 }
 
 [[noreturn]] void interrupt_twice() {
-  Cancellation cancellation;
-  Console console{0, true};
-  Operations operations{cancellation, console, seconds{0}};
-  LifeSign life;
+  Surroundings in;
   std::promise<AERROR> never;
-  (void)operations.run("listing", life, [&] {
+  (void)in.operations.run("listing", in.life, [&] {
     kill(getpid(), SIGINT);
-    while (!cancellation.requested()) std::this_thread::yield();
+    while (!in.cancellation.requested()) std::this_thread::yield();
     kill(getpid(), SIGINT);
     return never.get_future().get();
   });
