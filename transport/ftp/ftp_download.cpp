@@ -198,7 +198,7 @@ void ftp_download::end() {
   if (!is_open()) return;
   const sigpipe_guard guard;
   discards_ = true;
-  is_cut_ = driver_.cut_data();
+  is_cut_ = file_.may_be_cut && driver_.cut_data();
   if (!is_cut_) {
     (void)give_up(CURLE_OK);
     return;
@@ -292,7 +292,7 @@ std::size_t ftp_download::take_bytes(char* data, std::size_t size) {
   if (part > 0 && !hand_on(data, part)) return 0;
   // A piece that ends with the file waits for the server's own end.
   if (wanted_ == 0 && !file_.stays_open && (rest > 0 || !is_at_end())) {
-    is_cut_ = driver_.cut_data();
+    is_cut_ = file_.may_be_cut && driver_.cut_data();
     cannot_cut_ = !is_cut_;
   }
   return size;

@@ -32,6 +32,7 @@ class ftp_download : pinned, private control_listener {
     std::int64_t offset = 0;
     long buffer_size = 0;     ///< CURLOPT_BUFFERSIZE
     bool stays_open = false;  ///< between two pieces, for the next one
+    bool may_be_cut = true;  ///< the server tells when it has noticed an early end; else that costs the login
   };
 
   /// Whether the file of `url` can be had in this way: the URL names a file, by a name that goes into a

@@ -302,6 +302,12 @@ bool request_driver::control_has_input() const noexcept {
   return !sockets_.empty() && is_readable(sockets_.front());
 }
 
+bool request_driver::has_leftover_sockets(CURL* curl) const noexcept {
+  curl_socket_t control = CURL_SOCKET_BAD;
+  (void)curl_easy_getinfo(curl, CURLINFO_ACTIVESOCKET, &control);
+  return !sockets_.empty() && control == CURL_SOCKET_BAD;
+}
+
 bool request_driver::control_has_ended() const noexcept {
   if (sockets_.empty()) return false;
   pollfd watched{sockets_.front(), POLLRDHUP, 0};

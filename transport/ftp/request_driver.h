@@ -97,6 +97,10 @@ class request_driver : pinned {
   /// connection, where nothing is due.
   [[nodiscard]] bool control_has_input() const noexcept;
 
+  /// Whether sockets of a connection that libcurl holds no longer are still open: libcurl 8 takes its time to
+  /// say goodbye there. The first one would be taken for the next control connection.
+  [[nodiscard]] bool has_leftover_sockets(CURL* curl) const noexcept;
+
   /// Whether the server has ended that connection, whatever it said before.
   [[nodiscard]] bool control_has_ended() const noexcept;
 

@@ -115,7 +115,10 @@ void connection::begin_request(long connect_timeout) {
   // An SSH server may well ask whether anybody is there; when it has hung up behind that, libcurl does not
   // notice either, and the request would fail. Pinned by
   // SftpAfterAPause.FindsTheServerAgainThatGaveUpWaiting.
-  if (server_.is_sftp() ? driver_->control_has_ended() : driver_->control_has_input()) forget_control();
+  const bool is_stale = server_.is_sftp()
+                            ? driver_->control_has_ended()
+                            : driver_->control_has_input() || driver_->has_leftover_sockets(curl);
+  if (is_stale) forget_control();
   if (server_.active_mode) curl_easy_setopt(curl, CURLOPT_FTPPORT, "-");
   curl_easy_setopt(curl, CURLOPT_TIMEOUT, server_.is_sftp() ? kNoTimeoutOnSftp : kNoTimeout);
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, connect_timeout);

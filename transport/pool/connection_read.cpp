@@ -50,15 +50,19 @@ bool connection::can_end_early(const std::string& url) const {
   const bool is_http = proxy == proxy_kind::kHttp || proxy == proxy_kind::kUnnamed;
   if (is_http && !server_.proxy.host.empty()) return false;
   if (server_.wants_tls() && !tls_may_just_end_) return false;
-  return server_tells_of_ends_ && ftp_download::can_serve(GETCURL(), url);
+  return ftp_download::can_serve(GETCURL(), url);
 }
 
 CURLcode connection::read_piece(const file_range& range, piece_taker& taker) {
   CURL* curl = GETCURL();
   begin_request(kConnectTimeoutSeconds);
   curl_->SetSpeedLimit(range.speed_limit);
-  ftp_download download{
-      *driver_, curl, {range.url, range.offset, ftp_download_buffer_size(range.speed_limit), false}};
+  ftp_download download{*driver_,
+                        curl,
+                        {.url = range.url,
+                         .offset = range.offset,
+                         .buffer_size = ftp_download_buffer_size(range.speed_limit),
+                         .may_be_cut = server_tells_of_ends_}};
   const CURLcode code = download.take(range.length, taker);
   if (download.server_kept_silent()) server_tells_of_ends_ = false;
   curl_->SetSpeedLimit(0);  // a listing on the same connection is not held back by it
